@@ -1,0 +1,31 @@
+# The one archive, its exported target and its package files.
+include(GNUInstallDirs)
+include(CMakePackageConfigHelpers)
+
+get_property(rooms GLOBAL PROPERTY ZARN_ROOMS)
+set(objects)
+foreach(room IN LISTS rooms)
+  list(APPEND objects $<TARGET_OBJECTS:${room}>)
+endforeach()
+
+add_library(Zarn ${objects})
+add_library(Zarn::Zarn ALIAS Zarn)
+target_include_directories(Zarn PUBLIC $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>
+                                       $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
+target_compile_features(Zarn PUBLIC cxx_std_20)
+set(ZARN_LINK_LIBRARIES Threads::Threads OpenSSL::Crypto CURL::libcurl SQLite::SQLite3 PkgConfig::PCRE2)
+target_link_libraries(Zarn PRIVATE ${ZARN_LINK_LIBRARIES})
+set_target_properties(Zarn PROPERTIES OUTPUT_NAME zarn VERSION ${PROJECT_VERSION}
+                                      SOVERSION ${PROJECT_VERSION_MAJOR}.${PROJECT_VERSION_MINOR})
+
+install(TARGETS Zarn EXPORT ZarnTargets)
+install(DIRECTORY include/zarn DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+install(EXPORT ZarnTargets NAMESPACE Zarn:: DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/Zarn)
+configure_package_config_file(cmake/ZarnConfig.cmake.in ZarnConfig.cmake
+                              INSTALL_DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/Zarn)
+write_basic_package_version_file(ZarnConfigVersion.cmake COMPATIBILITY SameMinorVersion)
+configure_file(cmake/zarn.pc.in zarn.pc @ONLY)
+install(FILES ${CMAKE_CURRENT_BINARY_DIR}/ZarnConfig.cmake
+              ${CMAKE_CURRENT_BINARY_DIR}/ZarnConfigVersion.cmake
+        DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/Zarn)
+install(FILES ${CMAKE_CURRENT_BINARY_DIR}/zarn.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)

@@ -1,0 +1,30 @@
+// What a desktop host can tell about itself.
+#pragma once
+
+#include <string>
+
+#include "zarn/export.h"
+
+ZARN_NAMESPACE_BEGIN
+namespace desktop {
+
+/// Empty fields take sensible values from the executable and the environment.
+struct HostInfo {
+  /// Reverse-domain identifier, such as "com.example.shop". Default: the executable's name.
+  std::string bundleId;
+  /// Name to show. Default: the executable's name.
+  std::string name;
+  /// Version shown to users, such as "2.4.1". Default: unknown.
+  std::string version;
+  /// Build number. Default: unknown.
+  std::string build;
+  /// Where the library keeps its files, in a folder of its own that only the user can read.
+  /// Default: a folder named after `bundleId` in XDG_DATA_HOME, or in ~/.local/share without it.
+  std::string dataDirectory;
+};
+
+/// Call before Zarn::configure, once; later calls have no effect. Any thread. Never throws.
+ZARN_API void describeHost(HostInfo info);
+
+}  // namespace desktop
+ZARN_NAMESPACE_END

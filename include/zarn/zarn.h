@@ -1,0 +1,61 @@
+// ZarnSDK: product analytics for native apps.
+//
+//   zarn::Zarn::configure("wk_live_x_myproject_abc");
+//   zarn::Zarn::track("checkout", {{"items", 3}, {"total", 59.9}});
+//
+// Every call may come from any thread, before or after configure, and returns without an error:
+// problems become lines in the debug log (ConfigurationOptions::debug). No call throws. After a
+// fork the child's calls do nothing until it has executed another program.
+#pragma once
+
+#include <string_view>
+
+#include "zarn/export.h"
+#include "zarn/options.h"
+#include "zarn/value.h"
+
+ZARN_NAMESPACE_BEGIN
+
+class ZARN_API Zarn {
+ public:
+  Zarn() = delete;
+
+  /// Starts the library: opens its store, restores what was not delivered and contacts the server
+  /// in the background. Takes a few milliseconds. Later calls have no effect, but for a first one
+  /// that was refused because of its environment; that is printed always.
+  ///
+  /// `writeKey`: at least five parts joined by "_", the fourth of which is the project id; any
+  /// other text is itself the project id, unless the options name one.
+  static void configure(std::string_view writeKey, ConfigurationOptions options = {}) noexcept;
+  /// The same with project id and key apart.
+  static void configure(std::string_view projectId, std::string_view apiKey,
+                        ConfigurationOptions options = {}) noexcept;
+
+  /// Records that something happened. The event is durable when the call returns. Text in
+  /// `properties` passes the filter for personal data. Before configure: no effect.
+  static void track(std::string_view name, const Properties& properties = {}) noexcept;
+
+  /// Names the user of the events from now on. Blanks around the id are cut off; an empty id is
+  /// ignored. Repeating the same call sends nothing.
+  static void identify(std::string_view userId, const Properties& traits = {}) noexcept;
+
+  /// Records that the user belongs to a group, such as a company or team.
+  static void group(std::string_view groupId, const Properties& traits = {}) noexcept;
+
+  /// Super properties are added to every later event; a property of the event itself wins.
+  static void setSuperProperty(std::string_view key, Value value) noexcept;
+  static void setSuperProperties(const Properties& properties) noexcept;
+  static void unsetSuperProperty(std::string_view key) noexcept;
+  static void clearSuperProperties() noexcept;
+
+  /// Sends what is waiting, in the background.
+  static void flush() noexcept;
+  /// Sends what is waiting and blocks until the server has answered, or for `timeoutSeconds`. True
+  /// when the batch was answered or nothing was waiting; false on time-out, without a connection,
+  /// before the first answer of the server and while another batch is under way. Calling it on the
+  /// thread of the main queue ends the process with a message, since the app would freeze; with the
+  /// desktop backend that thread is the library's own, and every thread of the host may call.
+  static bool flush(double timeoutSeconds) noexcept;
+};
+
+ZARN_NAMESPACE_END

@@ -1,0 +1,62 @@
+// JSON text, written straight into a string and read into values. The library behind it stays
+// behind it: no header of ours pays for it.
+//
+//   std::string out;
+//   JsonWriter json(out);
+//   json.beginObject();
+//   json.member("project_id", projectId);
+//   json.key("batch").beginArray();
+//   ...
+//
+// Text that is not valid UTF-8 is written with U+FFFD in place of each bad part; a number that is
+// not finite is written as null.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "zarn/value.h"
+
+namespace zarn::base {
+
+/// Appends to the string it was given; the caller keeps objects and arrays balanced.
+class JsonWriter {
+ public:
+  explicit JsonWriter(std::string& out) : out_(out) {}
+  JsonWriter(const JsonWriter&) = delete;
+  JsonWriter& operator=(const JsonWriter&) = delete;
+
+  JsonWriter& beginObject();
+  JsonWriter& endObject();
+  JsonWriter& beginArray();
+  JsonWriter& endArray();
+  JsonWriter& key(std::string_view name);
+
+  JsonWriter& null();
+  JsonWriter& boolean(bool value);
+  JsonWriter& integer(std::int64_t value);
+  JsonWriter& number(double value);
+  JsonWriter& string(std::string_view text);
+  /// By the rules of values on the wire: dates as ISO 8601 with milliseconds, decimals as numbers.
+  JsonWriter& value(const Value& value);
+  JsonWriter& object(const Properties& properties);
+  /// JSON that is already text: a member list without its braces counts as one or more members.
+  JsonWriter& raw(std::string_view json);
+
+  JsonWriter& member(std::string_view name, std::string_view text) {
+    return key(name).string(text);
+  }
+
+ private:
+  void separate();
+  std::string& out_;
+  bool needsComma_ = false;
+};
+
+/// Nothing when `text` is not one whole JSON value. Numbers without fraction or exponent that fit
+/// become integers, others doubles. Bounded in depth; never throws.
+std::optional<Value> parseJson(std::string_view text);
+
+}  // namespace zarn::base

@@ -1,0 +1,27 @@
+// The lock order of the whole library. A thread may take a lock or enter a serial queue only if its
+// rank is higher than that of everything the thread holds already; builds with ZARN_LOCK_CHECKS
+// abort on the first violation. Locks of one rank are never held together.
+#pragma once
+
+#include <cstdint>
+
+namespace zarn::base {
+
+enum class LockRank : std::uint8_t {
+  configure,          // one start-up at a time
+  privacyTransition,  // opt-out, opt-in and reset, one at a time
+  controlEpoch,       // one control-plane answer is applied at a time
+  identityBoundary,   // identity, session and discard generation read or changed as one step
+  runState,           // run state and queue suspension change together
+  workQueue,          // flushes and their answers
+  identity,           // identity manager
+  session,            // session tracker
+  eventQueue,         // buffer and retry state
+  storeQueue,         // one per database
+  networkGuard,       // control-plane requests under way
+  transport,          // batch requests under way
+  leaf,               // short, calls nothing out
+  dispatch,           // inside executors and serial queues
+};
+
+}  // namespace zarn::base

@@ -1,0 +1,55 @@
+// An event in its two forms: the record that admission fills, and the encoded form that everything
+// after admission moves.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+
+#include "zarn/value.h"
+
+namespace zarn::model {
+
+enum class EventType : std::uint8_t {
+  screenView,
+  tap,
+  scroll,
+  network,
+  crash,
+  custom,
+  sessionStart,
+  sessionEnd,
+  identify,
+  group,
+  lifecycle,
+  navigation,
+  gesture,
+  pushOpen,
+  pushReceived,
+  pushDismissed,
+  pushSilent,
+  pushAction,
+  pushPermission,
+  pushTokenInvalidated,
+  deepLink,
+  install,
+  iap,
+  userProperty,
+  screenVisit,
+  goal,
+  screenTransition,
+};
+
+/// The word on the wire, such as "screen_view".
+std::string_view wireName(EventType type);
+
+/// Encoded once, at admission; store and batch share the bytes.
+struct EncodedEvent {
+  std::string id;    // UUID text, upper case: key of the row, and identity in acknowledgements
+  std::string name;  // for log lines
+  Date time;         // admission
+  std::shared_ptr<const std::string> json;
+};
+
+}  // namespace zarn::model

@@ -1,0 +1,28 @@
+// Small settings that outlive the process and are shared by all processes of one app.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "zarn/value.h"
+
+namespace zarn::platform {
+
+/// Any thread. Reading answers from memory and costs nanoseconds. A change is in memory, and seen
+/// by every reader of this process, when the call returns, and soon after it is in the file. A
+/// value of another kind than asked for counts as absent.
+class Defaults {
+ public:
+  virtual ~Defaults() = default;
+  virtual std::optional<bool> getBool(std::string_view key) = 0;
+  virtual std::optional<double> getDouble(std::string_view key) = 0;
+  virtual std::optional<std::string> getString(std::string_view key) = 0;
+  virtual void set(std::string_view key, bool value) = 0;
+  virtual void set(std::string_view key, double value) = 0;
+  virtual void set(std::string_view key, std::string_view value) = 0;
+  void set(std::string_view key, const char* value) { set(key, std::string_view(value)); }
+  virtual void remove(std::string_view key) = 0;
+};
+
+}  // namespace zarn::platform
