@@ -1,7 +1,7 @@
 // UTF-8 text: validity, user-perceived characters, trimming, lower case.
 //
-// A "character" is what a reader sees as one: an extended grapheme cluster, such as a letter with its
-// accents, an emoji family or a CR LF pair. Limits that people read count these, not bytes.
+// A "character" is what a reader sees as one: an extended grapheme cluster, such as a letter with
+// its accents, an emoji family or a CR LF pair. Limits that people read count these, not bytes.
 //
 //   std::string_view shown = base::prefixOfCharacters(name, 80);
 //
@@ -28,7 +28,8 @@ struct CodePoint {
 CodePoint codePointAt(std::string_view text, std::size_t at);
 void appendCodePoint(std::string& text, char32_t value);
 
-/// Number of characters, counting no further than `bound`. A byte that is not valid UTF-8 counts as one.
+/// Number of characters, counting no further than `bound`. A byte that is not valid UTF-8 counts as
+/// one.
 std::size_t countCharacters(std::string_view text, std::size_t bound);
 
 /// The first `count` characters, or all of a shorter text.
