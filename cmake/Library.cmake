@@ -21,6 +21,14 @@ set_target_properties(Zarn PROPERTIES OUTPUT_NAME zarn VERSION ${PROJECT_VERSION
 install(TARGETS Zarn EXPORT ZarnTargets)
 install(DIRECTORY include/zarn DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
 install(EXPORT ZarnTargets NAMESPACE Zarn:: DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/Zarn)
+# The package files find their way from where they lie, so that an installed tree can be moved. Who
+# links the archive must link what it stands on; the shared library has that inside.
+set(ZARN_PC_DIR ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+file(RELATIVE_PATH ZARN_PC_TO_PREFIX ${CMAKE_INSTALL_PREFIX}/${ZARN_PC_DIR} ${CMAKE_INSTALL_PREFIX})
+set(ZARN_PC_PRIVATE "")
+if(BUILD_SHARED_LIBS)
+  set(ZARN_PC_PRIVATE .private)
+endif()
 configure_package_config_file(cmake/ZarnConfig.cmake.in ZarnConfig.cmake
                               INSTALL_DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/Zarn)
 write_basic_package_version_file(ZarnConfigVersion.cmake COMPATIBILITY SameMinorVersion)
@@ -28,4 +36,4 @@ configure_file(cmake/zarn.pc.in zarn.pc @ONLY)
 install(FILES ${CMAKE_CURRENT_BINARY_DIR}/ZarnConfig.cmake
               ${CMAKE_CURRENT_BINARY_DIR}/ZarnConfigVersion.cmake
         DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/Zarn)
-install(FILES ${CMAKE_CURRENT_BINARY_DIR}/zarn.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+install(FILES ${CMAKE_CURRENT_BINARY_DIR}/zarn.pc DESTINATION ${ZARN_PC_DIR})

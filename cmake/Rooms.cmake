@@ -2,6 +2,10 @@
 # of the archive. Which room may include which is checked by tools/check_includes.py.
 function(zarn_room name)
   file(GLOB sources CONFIGURE_DEPENDS *.cc)
+  if(NOT sources)  # A room of headers only is still a target.
+    set(sources ${PROJECT_BINARY_DIR}/empty.cc)
+    file(TOUCH ${sources})
+  endif()
   add_library(zarn_${name} OBJECT ${sources})
   target_include_directories(zarn_${name} PRIVATE ${PROJECT_SOURCE_DIR}/src ${PROJECT_SOURCE_DIR}/include)
   target_link_libraries(zarn_${name} PRIVATE zarn_flags)
