@@ -37,6 +37,9 @@ class Executor {
 
   /// Whether the calling thread is the executor's own single thread; false for a pool.
   virtual bool isCurrent() const = 0;
+
+  /// How many items a serial queue may run in one task before it lets other tasks have a turn.
+  virtual int itemsPerTurn() const { return 64; }
 };
 
 }  // namespace zarn::base

@@ -2,20 +2,26 @@
 // caller's.
 //
 //   state      async(f)             sync(f)                            an item ends
-//   idle       f waits, drain is    caller runs f at once              -
+//   idle       f waits, a drain is  caller runs f at once: running     -
 //              posted: scheduled
 //   scheduled  f waits              caller runs what waits before it,  -
 //                                   then f: running
-//   running    f waits              caller waits for its turn          next waiter is woken, or the
-//                                                                      drain goes on, or: idle
+//   running    f waits              caller waits for its turn          by a drain: it goes on, up
+//   to
+//                                                                      the first waiting caller.
+//                                                                      Otherwise the first waiting
+//                                                                      caller takes over, or a
+//                                                                      drain is posted: scheduled,
+//                                                                      or: idle
 //
 // The queue is a capability: members used only on it are ZARN_GUARDED_BY(queue_), and a closure's
-// first line is queue_.assertCurrent().
+// first line is queue_.assertCurrent(). It has a rank among the locks and is entered like one.
 #pragma once
 
-#include <deque>
+#include <cstddef>
 #include <memory>
 #include <string>
+#include <type_traits>
 
 #include "base/closure.h"
 #include "base/executor.h"
@@ -26,14 +32,15 @@ namespace zarn::base {
 
 class ZARN_CAPABILITY("serial queue") SerialQueue {
  public:
-  /// `label` is for debuggers; `executor` must outlive the queue's last item.
+  /// `label` is for debuggers; `executor` must outlive the queue's last item and work item.
   SerialQueue(Executor& executor, std::string label, LockRank rank);
   /// Items that have not begun are dropped. Never waits: the owner drains first where that matters.
+  /// It may run on the queue itself, but not while another thread is inside a call to it.
   ~SerialQueue();
   SerialQueue(const SerialQueue&) = delete;
   SerialQueue& operator=(const SerialQueue&) = delete;
 
-  /// Runs `item` after everything that was handed over before.
+  /// Runs `item` after everything that was handed over before. What it throws is lost.
   void async(Closure item);
 
   /// Runs `item` on the calling thread in its turn and returns when it has run. It needs no thread
@@ -41,7 +48,9 @@ class ZARN_CAPABILITY("serial queue") SerialQueue {
   /// From inside the same queue it runs in place.
   template <typename F>
   void sync(F&& item) {
-    syncErased({&item, [](void* at) { (*static_cast<std::remove_reference_t<F>*>(at))(); }});
+    using Callable = std::remove_reference_t<F>;
+    syncErased({const_cast<void*>(static_cast<const void*>(&item)),
+                [](void* at) { (*static_cast<Callable*>(at))(); }});
   }
 
   /// Runs `item` on the queue after `delay`, unless the returned handle is cancelled or dies first.
@@ -49,17 +58,29 @@ class ZARN_CAPABILITY("serial queue") SerialQueue {
 
   /// Whether the calling code runs on this queue.
   bool isCurrent() const;
+
+  /// Builds with ZARN_LOCK_CHECKS abort when the calling code does not run on this queue.
+#if defined(ZARN_LOCK_CHECKS)
   void assertCurrent() const ZARN_ASSERT_CAPABILITY(this);
+#else
+  void assertCurrent() const ZARN_ASSERT_CAPABILITY(this) {}
+#endif
+
+  /// Items and sync callers that have not begun; delayed items count once their time has come.
+  std::size_t waitingCount() const;
 
  private:
+  friend class RepeatingTimer;
   struct FunctionRef {
     void* callable;
     void (*call)(void*);
   };
   struct State;
+  class Turn;
   void syncErased(FunctionRef item);
+  static WorkItem asyncAfter(const std::shared_ptr<State>& state, Duration delay, Closure item);
 
-  std::shared_ptr<State> state_;
+  const std::shared_ptr<State> state_;
 };
 
 }  // namespace zarn::base

@@ -16,13 +16,14 @@ class RepeatingTimer {
   RepeatingTimer(const RepeatingTimer&) = delete;
   RepeatingTimer& operator=(const RepeatingTimer&) = delete;
 
+  /// Begins a new interval when the timer runs already.
   void start();
   /// No tick begins after this returns; one that is running goes on.
   void stop();
 
  private:
   struct State;
-  std::shared_ptr<State> state_;
+  const std::shared_ptr<State> state_;
 };
 
 }  // namespace zarn::base

@@ -5,7 +5,6 @@
 #pragma once
 
 #include <memory>
-#include <thread>
 #include <utility>
 
 #include "base/mutex.h"
@@ -19,36 +18,53 @@ class Scope {
   Scope(const Scope&) = delete;
   Scope& operator=(const Scope&) = delete;
 
-  /// No call begins after this. Waits for running ones, but for that which the caller is inside of.
+  /// No call begins after this. Waits for running ones, but for those which the caller is inside
+  /// of. The caller must hold no lock that a running call may need.
   void close() { gate_->close(); }
 
+  class Call;
   class Gate {
    public:
-    bool enter();
-    void leave();
     void close();
 
    private:
+    friend class Call;
+    bool enter();
+    void leave(bool isClosing);
+
     Mutex mutex_{LockRank::dispatch};
     ConditionVariable left_;
     int running_ ZARN_GUARDED_BY(mutex_) = 0;
-    bool closed_ ZARN_GUARDED_BY(mutex_) = false;
+    int closing_ ZARN_GUARDED_BY(mutex_) = 0;  // running calls whose threads closed or are closing
+    bool isClosed_ ZARN_GUARDED_BY(mutex_) = false;
+  };
+
+  /// One call through the gate, on the stack of the thread that makes it.
+  class Call {
+   public:
+    explicit Call(Gate& gate);
+    ~Call();
+    Call(const Call&) = delete;
+    Call& operator=(const Call&) = delete;
+    explicit operator bool() const { return hasEntered_; }
+
+   private:
+    friend class Gate;
+    Gate& gate_;
+    const bool hasEntered_;
+    bool isClosing_ = false;
+    Call* const outer_;
   };
   const std::shared_ptr<Gate>& gate() const { return gate_; }
 
  private:
-  std::shared_ptr<Gate> gate_;
+  const std::shared_ptr<Gate> gate_;
 };
 
 template <typename F>
 auto weakly(const Scope& scope, F callable) {
   return [gate = scope.gate(), callable = std::move(callable)](auto&&... args) mutable {
-    if (!gate->enter()) return;
-    struct Leave {
-      Scope::Gate& gate;
-      ~Leave() { gate.leave(); }
-    } leave{*gate};
-    callable(std::forward<decltype(args)>(args)...);
+    if (const Scope::Call call(*gate); call) callable(std::forward<decltype(args)>(args)...);
   };
 }
 

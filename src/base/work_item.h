@@ -3,12 +3,13 @@
 #pragma once
 
 #include <memory>
+#include <utility>
 
 namespace zarn::base {
 
 class WorkItem {
  public:
-  struct State;
+  class State;
 
   WorkItem() = default;
   explicit WorkItem(std::shared_ptr<State> state) : state_(std::move(state)) {}
