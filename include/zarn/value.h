@@ -149,7 +149,9 @@ class ZARN_API Value {
   Value() noexcept;
   template <detail::ValueSource T>
   Value(T value) {  // NOLINT: values convert, that is what they are for
-    if constexpr (detail::isOptional<T>) {
+    if constexpr (std::same_as<T, std::nullptr_t>) {
+      static_cast<void>(value);
+    } else if constexpr (detail::isOptional<T>) {
       if (value) *this = Value(*std::move(value));
     } else if constexpr (detail::Boolean<T>) {
       setBool(value);

@@ -21,7 +21,8 @@
 
 namespace zarn::base {
 
-/// Appends to the string it was given; the caller keeps objects and arrays balanced.
+/// Appends to the string it was given, whose growth is its only allocation; the caller keeps
+/// objects and arrays balanced.
 class JsonWriter {
  public:
   explicit JsonWriter(std::string& out) : out_(out) {}
@@ -42,7 +43,8 @@ class JsonWriter {
   /// By the rules of values on the wire: dates as ISO 8601 with milliseconds, decimals as numbers.
   JsonWriter& value(const Value& value);
   JsonWriter& object(const Properties& properties);
-  /// JSON that is already text: a member list without its braces counts as one or more members.
+  /// JSON that is already text, written as it is: one value, or the members of an object without
+  /// its braces. Empty text adds nothing.
   JsonWriter& raw(std::string_view json);
 
   JsonWriter& member(std::string_view name, std::string_view text) {
@@ -56,7 +58,11 @@ class JsonWriter {
 };
 
 /// Nothing when `text` is not one whole JSON value. Numbers without fraction or exponent that fit
-/// become integers, others doubles. Bounded in depth; never throws.
+/// become integers, others doubles; a number that no double can hold makes the text no JSON. Bytes
+/// that are not UTF-8 are read as U+FFFD. A repeated key counts with its last value. Arrays and
+/// objects nested more than 64 levels deep become the text "[nested too deeply]". Takes constant
+/// stack and never throws; memory grows with the text, up to about 50 bytes a character, so the
+/// caller bounds the text.
 std::optional<Value> parseJson(std::string_view text);
 
 }  // namespace zarn::base
