@@ -25,9 +25,11 @@ install(EXPORT ZarnTargets NAMESPACE Zarn:: DESTINATION ${CMAKE_INSTALL_LIBDIR}/
 # links the archive must link what it stands on; the shared library has that inside.
 set(ZARN_PC_DIR ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 file(RELATIVE_PATH ZARN_PC_TO_PREFIX ${CMAKE_INSTALL_PREFIX}/${ZARN_PC_DIR} ${CMAKE_INSTALL_PREFIX})
-set(ZARN_PC_PRIVATE "")
-if(BUILD_SHARED_LIBS)
-  set(ZARN_PC_PRIVATE .private)
+set(ZARN_PC_REQUIRES "")
+set(ZARN_PC_LIBS "")
+if(NOT BUILD_SHARED_LIBS)
+  set(ZARN_PC_REQUIRES "libcurl libcrypto sqlite3 libpcre2-8")
+  set(ZARN_PC_LIBS "-lstdc++ -pthread")
 endif()
 configure_package_config_file(cmake/ZarnConfig.cmake.in ZarnConfig.cmake
                               INSTALL_DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/Zarn)
