@@ -11,13 +11,20 @@
 namespace zarn::base {
 namespace {
 
-/// One compiled \X for the process, never destroyed: text is measured as late as in exit handlers.
+/// \X alone takes any row of emoji for one character, so sequences of them are spelt out: emoji
+/// that are joined, each with its variation selectors and skin tones.
+constexpr std::string_view kCharacter =
+    R"(\p{ExtPict}(?>[\p{Gr_Ext}\p{EMod}]*\x{200D}\p{ExtPict})*+)"
+    R"([\p{Gr_Ext}\p{EMod}\p{Mc}\x{200D}]*+|(?!\p{ExtPict})\X)";
+
+/// Compiled once for the process, never destroyed: text is measured as late as in exit handlers.
 const pcre2_code* characterExpression() {
   static const pcre2_code* const code = [] {
     int error = 0;
     PCRE2_SIZE errorOffset = 0;
-    pcre2_code* compiled = pcre2_compile(reinterpret_cast<PCRE2_SPTR>("\\X"), PCRE2_ZERO_TERMINATED,
-                                         PCRE2_UTF | PCRE2_ANCHORED, &error, &errorOffset, nullptr);
+    pcre2_code* compiled =
+        pcre2_compile(reinterpret_cast<PCRE2_SPTR>(kCharacter.data()), kCharacter.size(),
+                      PCRE2_UTF | PCRE2_ANCHORED, &error, &errorOffset, nullptr);
     if (compiled != nullptr) pcre2_jit_compile(compiled, PCRE2_JIT_COMPLETE);
     return compiled;
   }();
