@@ -1,0 +1,66 @@
+#include "desktop/process.h"
+
+#include <openssl/crypto.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdlib>
+#include <vector>
+
+#include "base/fork_guard.h"
+#include "base/mutex.h"
+
+namespace zarn::desktop {
+namespace {
+
+using ExitFunction = base::UniqueFunction<void(base::Duration)>;
+
+struct ExitRegistry {
+  base::Mutex mutex{base::LockRank::dispatch};
+  std::vector<ExitFunction> stops ZARN_GUARDED_BY(mutex);
+
+  ExitFunction takeNewest() {
+    base::MutexLock lock(mutex);
+    if (stops.empty()) return nullptr;
+    ExitFunction newest = std::move(stops.back());
+    stops.pop_back();
+    return newest;
+  }
+};
+
+ExitRegistry& exitRegistry();
+
+void stopAll() {
+  if (base::inForkedChild()) return;  // its threads and locks are the parent's
+  const auto deadline = std::chrono::steady_clock::now() + kExitBudget;
+  while (ExitFunction stop = exitRegistry().takeNewest()) {
+    const base::Duration left = deadline - std::chrono::steady_clock::now();
+    try {
+      stop(std::max(left, base::Duration::zero()));
+    } catch (...) {
+    }
+  }
+}
+
+ExitRegistry* makeExitRegistry() {
+  base::watchForks();
+  // Handlers run newest first: OpenSSL's, which this registers, must be older than ours.
+  OPENSSL_init_crypto(0, nullptr);
+  std::atexit(stopAll);
+  return new ExitRegistry;  // never destroyed: registered to as late as in static destructors
+}
+
+ExitRegistry& exitRegistry() {
+  static ExitRegistry* const registry = makeExitRegistry();
+  return *registry;
+}
+
+}  // namespace
+
+void onProcessExit(ExitFunction stop) {
+  ExitRegistry& registry = exitRegistry();
+  base::MutexLock lock(registry.mutex);
+  registry.stops.push_back(std::move(stop));
+}
+
+}  // namespace zarn::desktop
