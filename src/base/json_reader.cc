@@ -2,12 +2,9 @@
 #include <vector>
 
 #include "base/json.h"
-#include "base/rapidjson_namespace.h"
+#include "base/rapidjson.h"
 #include "base/text.h"
 #include "base/value_access.h"
-
-#include <rapidjson/memorystream.h>
-#include <rapidjson/reader.h>
 
 namespace zarn::base {
 

@@ -5,12 +5,10 @@
 #include <cstring>
 
 #include "base/iso8601.h"
-#include "base/rapidjson_namespace.h"
+#include "base/rapidjson.h"
 #include "base/text.h"
 #include "base/uuid.h"
 #include "base/value_access.h"
-
-#include <rapidjson/writer.h>
 
 namespace zarn::base {
 
