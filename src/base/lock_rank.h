@@ -10,10 +10,11 @@ namespace zarn::base {
 enum class LockRank : std::uint8_t {
   configure,          // one start-up at a time
   privacyTransition,  // opt-out, opt-in and reset, one at a time
+  controlQueue,       // control-plane answers
+  workQueue,          // flushes and their answers
   controlEpoch,       // one control-plane answer is applied at a time
   identityBoundary,   // identity, session and discard generation read or changed as one step
   runState,           // run state and queue suspension change together
-  workQueue,          // flushes and their answers
   identity,           // identity manager
   session,            // session tracker
   eventQueue,         // buffer and retry state

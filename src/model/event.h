@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -41,8 +42,12 @@ enum class EventType : std::uint8_t {
   screenTransition,
 };
 
+inline constexpr std::size_t kEventTypeCount =
+    static_cast<std::size_t>(EventType::screenTransition) + 1;
+
 /// The word on the wire, such as "screen_view".
 std::string_view wireName(EventType type);
+std::optional<EventType> eventTypeFromWire(std::string_view name);
 
 /// Encoded once, at admission; store and batch share the bytes.
 struct EncodedEvent {

@@ -1,6 +1,8 @@
-// Where log lines go.
+// Log lines: where they go, and the rule which of them print.
 #pragma once
 
+#include <initializer_list>
+#include <string>
 #include <string_view>
 
 namespace zarn::platform {
@@ -11,6 +13,29 @@ class LogSink {
   virtual ~LogSink() = default;
   /// One line, without the line break.
   virtual void write(std::string_view line) = 0;
+};
+
+/// Cheap to copy. A line costs nothing unless it prints.
+///
+///   log_.debug({"[Zarn] Queue restored: dropped ", std::to_string(count), " overflow events"});
+class Log {
+ public:
+  Log(LogSink& sink, bool debug) : sink_(&sink), debug_(debug) {}
+
+  bool prints() const { return debug_; }
+  /// Prints only when the host has asked for debug lines.
+  void debug(std::initializer_list<std::string_view> parts) const {
+    if (debug_) always(parts);
+  }
+  void always(std::initializer_list<std::string_view> parts) const {
+    std::string line;
+    for (const auto part : parts) line += part;
+    sink_->write(line);
+  }
+
+ private:
+  LogSink* sink_;
+  bool debug_;
 };
 
 }  // namespace zarn::platform

@@ -1,0 +1,129 @@
+#include "core/client.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <utility>
+
+#include "base/canonical_json.h"
+#include "base/text.h"
+#include "core/pipeline.h"
+#include "platform/dispatch.h"
+#include "platform/environment.h"
+
+namespace zarn::core {
+namespace {
+
+using model::EventType;
+
+platform::Log logFor(platform::Host& host, const model::Configuration& configuration) {
+  return {host.log, configuration.options.debug};
+}
+
+[[noreturn]] void failBlockingFlushOnMain() {
+  std::fputs(
+      "[Zarn] flush(timeout) was called on the thread of the main queue, which it would block. "
+      "Call "
+      "flush() there, or flush(timeout) on another thread.\n",
+      stderr);
+  std::abort();
+}
+
+}  // namespace
+
+Client::Client(std::function<platform::Host&()> host) : host_(std::move(host)) {}
+
+Client::~Client() = default;
+
+void Client::configure(std::string_view writeKey, ConfigurationOptions options) {
+  base::MutexLock lock(configureLock_);
+  if (pipeline_) return;
+  platform::Host& host = host_();
+  const std::string environmentAsGiven = options.environment;
+  auto resolved = model::resolveConfiguration(writeKey, std::move(options),
+                                              host.environment.variable("ZARN_INTERNAL_DEV"));
+  const auto& configuration = resolved.configuration;
+  const platform::Log log = logFor(host, configuration);
+  if (!model::isKnownEnvironment(configuration.environment())) {
+    log.always(
+        {"[Zarn] Configuration rejected: Unsupported Zarn environment '", environmentAsGiven,
+         "'. Use 'production' or 'development', and apiHost for a custom endpoint. Staging is "
+         "not provisioned."});
+    return;
+  }
+  for (const auto option : resolved.replacedOptions) {
+    log.debug({"[Zarn] Option ", option, " is out of its range: its default is used"});
+  }
+  pipeline_ = std::make_unique<Pipeline>(host, configuration, log);
+  running_.store(pipeline_.get(), std::memory_order_release);
+  pipeline_->start();
+}
+
+void Client::configure(std::string_view projectId, std::string_view apiKey,
+                       ConfigurationOptions options) {
+  options.projectId = projectId;
+  options.apiKeyOverride = apiKey;
+  configure(std::string(projectId) + "_" + std::string(apiKey), std::move(options));
+}
+
+void Client::track(std::string_view name, const Properties& properties) {
+  if (auto* running = pipeline()) {
+    running->admission.admitEvent(EventType::custom, name, properties);
+  }
+}
+
+void Client::identify(std::string_view userId, const Properties& traits) {
+  auto* running = pipeline();
+  if (running == nullptr) return;
+  const auto id = base::trimmed(userId);
+  if (id.empty()) {
+    running->log.debug({"[Zarn] identify() called with empty userId — ignored."});
+    return;
+  }
+  running->identity.setUserId(id);
+  Properties properties{{"user_id", id}};
+  const auto config = running->remoteConfig.get();
+  for (const auto& [key, value] : traits) {
+    if (!config || model::isIdentityPropertyAllowed(key, *config)) properties.set(key, value);
+  }
+  if (isRepeatedIdentify(properties)) return;
+  running->admission.admitEvent(EventType::identify, "identify", properties);
+}
+
+bool Client::isRepeatedIdentify(const Properties& properties) {
+  const auto hash = std::hash<std::string>()(base::canonicalJson(properties));
+  base::MutexLock lock(dedupeLock_);
+  return std::exchange(lastIdentifyHash_, hash) == hash;
+}
+
+void Client::group(std::string_view groupId, const Properties& traits) {
+  auto* running = pipeline();
+  if (running == nullptr) return;
+  Properties properties{{"group_id", groupId}};
+  for (const auto& [key, value] : traits) properties.set(key, value);
+  running->admission.admitEvent(EventType::group, "group", properties);
+}
+
+void Client::setSuperProperties(const Properties& properties) {
+  if (auto* running = pipeline()) running->identity.setSuperProperties(properties);
+}
+
+void Client::unsetSuperProperty(std::string_view key) {
+  if (auto* running = pipeline()) running->identity.unsetSuperProperty(key);
+}
+
+void Client::clearSuperProperties() {
+  if (auto* running = pipeline()) running->identity.clearSuperProperties();
+}
+
+void Client::flush() {
+  if (auto* running = pipeline()) running->queue.flush();
+}
+
+bool Client::flush(double timeoutSeconds) {
+  auto* running = pipeline();
+  if (running == nullptr) return false;
+  if (running->host.dispatch.main().isCurrent()) failBlockingFlushOnMain();
+  return running->queue.flush(timeoutSeconds);
+}
+
+}  // namespace zarn::core

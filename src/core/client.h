@@ -1,0 +1,62 @@
+// Client: what the facade forwards to. Idle until it is configured; then it owns a pipeline.
+#pragma once
+
+#include <atomic>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "base/mutex.h"
+#include "zarn/options.h"
+#include "zarn/value.h"
+
+namespace zarn::platform {
+struct Host;
+}
+
+namespace zarn::core {
+
+struct Pipeline;
+
+/// Any thread. Two whole clients can live side by side in one process.
+class Client {
+ public:
+  /// `host` is asked for at the first configure, so that the app can describe itself before.
+  explicit Client(std::function<platform::Host&()> host);
+  ~Client();
+
+  void configure(std::string_view writeKey, ConfigurationOptions options);
+  void configure(std::string_view projectId, std::string_view apiKey, ConfigurationOptions options);
+
+  void track(std::string_view name, const Properties& properties);
+  void identify(std::string_view userId, const Properties& traits);
+  void group(std::string_view groupId, const Properties& traits);
+
+  void setSuperProperties(const Properties& properties);
+  void unsetSuperProperty(std::string_view key);
+  void clearSuperProperties();
+
+  void flush();
+  bool flush(double timeoutSeconds);
+
+ private:
+  /// Null before configure.
+  Pipeline* pipeline() const { return running_.load(std::memory_order_acquire); }
+  bool isRepeatedIdentify(const Properties& properties);
+
+  const std::function<platform::Host&()> host_;
+
+  base::Mutex configureLock_{base::LockRank::configure};
+  std::unique_ptr<Pipeline> pipeline_ ZARN_GUARDED_BY(configureLock_);
+  std::atomic<Pipeline*> running_ = nullptr;
+
+  base::Mutex dedupeLock_{base::LockRank::leaf};
+  std::optional<std::size_t> lastIdentifyHash_ ZARN_GUARDED_BY(dedupeLock_);
+};
+
+/// The one that the facade uses: made once, never destroyed.
+Client& sharedClient();
+
+}  // namespace zarn::core

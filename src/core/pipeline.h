@@ -1,0 +1,69 @@
+// Pipeline: every object of a configured client, by value and in the order of start-up; destruction
+// runs backwards. It wires rooms to one another and decides nothing.
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "base/serial_queue.h"
+#include "events/event_context.h"
+#include "events/event_queue.h"
+#include "events/own_store.h"
+#include "events/transport.h"
+#include "identity/fallback_session.h"
+#include "identity/identity_manager.h"
+#include "model/configuration.h"
+#include "model/published.h"
+#include "model/remote_config.h"
+#include "platform/host.h"
+#include "platform/log.h"
+#include "redaction/pii_filter.h"
+#include "runtime/admission.h"
+#include "runtime/control_plane.h"
+#include "runtime/network_guard.h"
+#include "runtime/privacy_state.h"
+#include "runtime/property_sanitizer.h"
+#include "runtime/recovery.h"
+#include "runtime/run_state.h"
+
+namespace zarn::core {
+
+/// Any thread once it stands.
+struct Pipeline {
+  Pipeline(platform::Host& host, const model::Configuration& configuration, platform::Log log);
+  ~Pipeline();
+
+  /// Asks the server for its policy. Nothing is sent before its answer, and nothing is asked for a
+  /// user who has opted out.
+  void start();
+
+  platform::Host& host;
+  const platform::Log log;
+  base::SerialQueue controlQueue;
+  base::SerialQueue workQueue;
+  runtime::PrivacyState privacy;
+  const bool startedOptedOut;
+  model::Published<model::RemoteDataCollectionConfig> remoteConfig;
+  model::Published<platform::NetworkPath> path;
+  model::Published<std::string> appId;
+
+  identity::IdentityManager identity;
+  identity::FallbackSession session;
+  events::Transport transport;
+  events::EventContextSource context;
+  const std::unique_ptr<base::Executor> storeThread;  // for upkeep, which waits for the disk
+  events::OwnStore ownStore;
+  events::EventQueue queue;
+
+  redaction::PiiFilter piiFilter;
+  runtime::PropertySanitizer sanitizer;
+  runtime::IdentityBoundary boundary;
+  runtime::RunState runState;
+  runtime::NetworkGuard guard;
+  runtime::ControlPlane controlPlane;
+  runtime::Recovery recovery;
+  runtime::Admission admission;
+};
+
+}  // namespace zarn::core

@@ -1,0 +1,66 @@
+// Transport: one batch of events into one request, and the answer into per-event outcomes. It knows
+// nothing of retries: the queue decides from the outcomes.
+//
+//   no answer, 429, 3xx, 5xx      all events kept, the batch failed
+//   other 4xx                     all events rejected
+//   2xx                           per event, as the body says; what it does not mention is kept
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <unordered_map>
+
+#include "base/mutex.h"
+#include "base/weakly.h"
+#include "events/batch_payload.h"
+#include "events/batch_sender.h"
+#include "model/configuration.h"
+#include "platform/http.h"
+#include "platform/log.h"
+
+namespace zarn::platform {
+class Clock;
+struct AppFacts;
+}  // namespace zarn::platform
+
+namespace zarn::events {
+
+/// Any thread. Requests under way when it dies are cancelled.
+class Transport : public BatchSender {
+ public:
+  Transport(platform::HttpClient& http, platform::Clock& clock,
+            const model::Configuration& configuration, const platform::AppFacts& app,
+            platform::Log log);
+  ~Transport() override;
+
+  void send(Batch batch, base::SerialQueue& queue,
+            base::UniqueFunction<void(BatchOutcome)> completion) override;
+
+  /// Cancels what is under way, and answers each later send at once, without a request.
+  void stopSends();
+  void resumeSends();
+
+  void setReleaseId(std::string releaseId);
+
+ private:
+  platform::HttpRequest makeRequest(const std::vector<model::EncodedEvent>& batch)
+      ZARN_REQUIRES(taskLock_);
+  BatchOutcome readAnswer(const platform::HttpResult& result,
+                          const std::vector<model::EncodedEvent>& batch) const;
+
+  // Constant after construction.
+  platform::HttpClient& http_;
+  platform::Clock& clock_;
+  const std::string url_;
+  const std::string writeKey_;
+  const platform::Log log_;
+
+  base::Mutex taskLock_{base::LockRank::transport};
+  BatchEnvelope envelope_ ZARN_GUARDED_BY(taskLock_);
+  bool sendsEnabled_ ZARN_GUARDED_BY(taskLock_) = true;
+  std::uint64_t nextTask_ ZARN_GUARDED_BY(taskLock_) = 0;
+  std::unordered_map<std::uint64_t, platform::HttpTaskId> inFlightTasks_ ZARN_GUARDED_BY(taskLock_);
+  base::Scope scope_;
+};
+
+}  // namespace zarn::events

@@ -1,0 +1,33 @@
+// The session id of events while sessions are not tracked.
+#pragma once
+
+#include <array>
+#include <memory>
+#include <string>
+
+#include "base/uuid.h"
+#include "model/published.h"
+#include "platform/random.h"
+
+namespace zarn::identity {
+
+/// "no_session_" and a UUID, made once and renewed at a privacy boundary. Any thread.
+class FallbackSession {
+ public:
+  explicit FallbackSession(platform::Random& random) : random_(random) { renew(); }
+
+  std::shared_ptr<const std::string> id() const { return id_.get(); }
+
+  void renew() {
+    std::array<std::uint8_t, 16> bytes;
+    random_.fill(bytes);
+    id_.publish(
+        std::make_shared<const std::string>("no_session_" + base::uuidFromRandom(bytes).text()));
+  }
+
+ private:
+  platform::Random& random_;
+  model::Published<std::string> id_;
+};
+
+}  // namespace zarn::identity

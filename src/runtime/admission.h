@@ -1,0 +1,75 @@
+// Admission: the one road by which an event comes in, from the host or from a producer. Its checks
+// run in a fixed order, the first that fires ends the call, and each has a debug line of its own.
+#pragma once
+
+#include <memory>
+#include <string>
+#include <string_view>
+
+#include "base/mutex.h"
+#include "model/event.h"
+#include "model/published.h"
+#include "model/remote_config.h"
+#include "platform/log.h"
+#include "zarn/value.h"
+
+namespace zarn::platform {
+class Clock;
+class Random;
+}  // namespace zarn::platform
+namespace zarn::identity {
+class FallbackSession;
+class IdentityManager;
+struct IdentitySnapshot;
+}  // namespace zarn::identity
+namespace zarn::events {
+class EventContextSource;
+class EventQueue;
+}  // namespace zarn::events
+
+namespace zarn::runtime {
+
+class PrivacyState;
+class PropertySanitizer;
+class RunState;
+
+/// Makes the reading of identity, session and discard generation one step against the boundaries
+/// that change them.
+struct IdentityBoundary {
+  base::Mutex lock{base::LockRank::identityBoundary};
+};
+
+/// What admission stands on.
+struct AdmissionParts {
+  platform::Clock& clock;
+  platform::Random& random;
+  const PrivacyState& privacy;
+  const RunState& runState;
+  IdentityBoundary& boundary;
+  const identity::IdentityManager& identity;
+  const identity::FallbackSession& session;
+  const model::Published<model::RemoteDataCollectionConfig>& remoteConfig;
+  events::EventContextSource& context;
+  const PropertySanitizer& sanitizer;
+  events::EventQueue& queue;
+};
+
+/// Any thread. No network, and no file but for the one row that the queue's store inserts.
+class Admission {
+ public:
+  Admission(const AdmissionParts& parts, platform::Log log) : parts_(parts), log_(log) {}
+
+  /// The event is durable when this returns, or dropped by a rule.
+  void admitEvent(model::EventType type, std::string_view name, const Properties& properties);
+
+ private:
+  struct Picture;
+  bool passesGates(model::EventType type, std::string_view name) const;
+  model::EncodedEvent encode(model::EventType type, std::string_view name,
+                             const Properties& properties, const Picture& picture) const;
+
+  const AdmissionParts parts_;
+  const platform::Log log_;
+};
+
+}  // namespace zarn::runtime

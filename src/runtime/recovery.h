@@ -1,0 +1,59 @@
+// Recovery: asks the server again and again until it answers with a fresh policy.
+//
+//   idle --enter--> waiting --the delay has passed--> asking --no usable answer--> waiting
+//                                                    asking --fresh policy, or a pause--> idle
+//                   waiting, asking --another state than recovering--> idle
+#pragma once
+
+#include <string_view>
+
+#include "base/mutex.h"
+#include "base/weakly.h"
+#include "control/init_exchange.h"
+#include "control/response_epoch.h"
+#include "platform/log.h"
+#include "runtime/network_guard.h"
+
+namespace zarn::platform {
+class Random;
+}
+
+namespace zarn::runtime {
+
+class ControlPlane;
+class PrivacyState;
+class RunState;
+
+/// Any thread. Attempts have no upper bound.
+class Recovery {
+ public:
+  Recovery(RunState& runState, const PrivacyState& privacy, NetworkGuard& guard,
+           ControlPlane& controlPlane, platform::Random& random, platform::Log log);
+
+  /// Nothing while one is under way, while the server pauses or after an opt-out. `immediately`:
+  /// the first attempt does not wait.
+  void enterRecovery(std::string_view reason, bool immediately = false);
+
+ private:
+  bool begin();
+  void end();
+  void wait();
+  void recoveryStep();
+  void answered(const platform::HttpResult& result,
+                control::ControlPlaneResponseEpoch::Token epoch);
+
+  // Constant after construction.
+  RunState& runState_;
+  const PrivacyState& privacy_;
+  NetworkGuard& guard_;
+  ControlPlane& controlPlane_;
+  platform::Random& random_;
+  const platform::Log log_;
+
+  base::Mutex lock_{base::LockRank::leaf};
+  bool recoveryInFlight_ ZARN_GUARDED_BY(lock_) = false;
+  int recoveryAttempt_ ZARN_GUARDED_BY(lock_) = 0;
+  base::Scope scope_;
+};
+
+}  // namespace zarn::runtime
