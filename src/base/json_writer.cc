@@ -14,30 +14,39 @@ namespace zarn::base {
 
 namespace {
 
-/// Whether all of `text` is printable ASCII that needs no escape; eight bytes at a time, since
-/// nearly all text is.
-bool isPlain(std::string_view text) {
+/// Whether any of the eight bytes is a control character, outside ASCII, a quote or a backslash.
+bool hasSpecial(std::uint64_t word) {
   constexpr std::uint64_t kOnes = 0x0101010101010101;
   constexpr std::uint64_t kHighs = 0x8080808080808080;
-  const auto hasZero = [](std::uint64_t word) { return (word - kOnes) & ~word & kHighs; };
-  std::uint64_t special = 0;
-  const auto look = [&](std::uint64_t word) {
-    special |= (word & kHighs) | ((word - kOnes * 0x20) & ~word & kHighs) |
-               hasZero(word ^ kOnes * '"') | hasZero(word ^ kOnes * '\\');
-  };
-  const char* at = text.data();
-  std::size_t left = text.size();
-  for (; left >= sizeof(std::uint64_t); at += 8, left -= 8) {
-    std::uint64_t word;
-    std::memcpy(&word, at, sizeof word);
-    look(word);
+  const std::uint64_t quote = word ^ kOnes * '"';
+  const std::uint64_t backslash = word ^ kOnes * '\\';
+  return (((word - kOnes * ' ') | (quote - kOnes) | (backslash - kOnes) | word) & kHighs) != 0;
+}
+
+template <typename Word>
+std::uint64_t load(const char* at) {
+  Word word;
+  std::memcpy(&word, at, sizeof word);
+  return word;
+}
+
+/// Whether `text` is printable ASCII that needs no escape, as nearly all text is; eight bytes at a
+/// time, the last ones overlapping.
+bool isPlain(std::string_view text) {
+  const std::size_t size = text.size();
+  const char* const end = text.data() + size;
+  if (size >= 8) {
+    for (const char* at = text.data(); at < end - 8; at += 8) {
+      if (hasSpecial(load<std::uint64_t>(at))) return false;
+    }
+    return !hasSpecial(load<std::uint64_t>(end - 8));
   }
-  if (left > 0) {
-    std::uint64_t word = kOnes * ' ';
-    std::memcpy(&word, at, left);
-    look(word);
+  if (size >= 4) {
+    return !hasSpecial(load<std::uint32_t>(text.data()) << 32 | load<std::uint32_t>(end - 4));
   }
-  return special == 0;
+  std::uint64_t word = 0x2020202020202020;
+  for (const char c : text) word = word << 8 | static_cast<unsigned char>(c);
+  return !hasSpecial(word);
 }
 
 /// What rapidjson's writer writes to.
@@ -56,9 +65,9 @@ void appendEscaped(std::string& out, std::string_view validUtf8) {
 
 void appendString(std::string& out, std::string_view text) {
   if (isPlain(text)) {
-    out += '"';
-    out += text;
-    out += '"';
+    const std::size_t start = out.size();
+    out.resize(start + text.size() + 2, '"');
+    if (!text.empty()) std::memcpy(out.data() + start + 1, text.data(), text.size());
   } else if (isValidUtf8(text)) {
     appendEscaped(out, text);
   } else {

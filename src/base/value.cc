@@ -192,6 +192,7 @@ void Properties::set(std::string_view key, Value value) {
     entries_[position].value = std::move(value);
     return;
   }
+  if (entries_.capacity() == 0) entries_.reserve(4);
   entries_.push_back(Entry{std::string(key), std::move(value)});
   if (index_) {
     index_->added(entries_);
