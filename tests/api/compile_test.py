@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """Compiles the public headers as hosts do.
 
-  compile_test.py --include DIR COMPILER...
+  compile_test.py --include DIR COMPILER_PATH...
 
 With every compiler, with and without exceptions and run-time types:
   - each header compiles alone,
@@ -11,6 +11,7 @@ With every compiler, with and without exceptions and run-time types:
 Uses no library and builds nothing. Exit code 0 when all of it holds.
 """
 import argparse
+import os
 import pathlib
 import re
 import subprocess
@@ -23,6 +24,11 @@ WARNINGS = ["-Wall", "-Wextra", "-Wpedantic", "-Wshadow", "-Wconversion", "-Wsig
 VARIANTS = [[], ["-fno-exceptions", "-fno-rtti"]]
 NO_CONVERSION = re.compile(r"no matching|no viable|could not convert|cannot convert|"
                            r"no known conversion|conversion from .* requested")
+
+
+def is_clang(compiler):
+    version = subprocess.run([compiler, "--version"], capture_output=True, text=True)
+    return "clang" in version.stdout
 
 
 class Check:
@@ -64,8 +70,8 @@ class Check:
         source.write_text("\n".join(
             text.replace("//! ", "", 1) if n in wrong else "" if n - 1 in wrong else text
             for n, text in enumerate(lines, 1)))
-        limit = ["-ferror-limit=0"] if "clang" in compiler else ["-fmax-errors=0"]
-        _, errors = self.compile(compiler, flags + limit + ["-w"], source)
+        limit = "-ferror-limit=0" if is_clang(compiler) else "-fmax-errors=0"
+        _, errors = self.compile(compiler, flags + [limit, "-w"], source)
         found = {}
         for number, message in re.findall(r"refused\.cc:(\d+):\d+: error: (.*)", errors):
             found.setdefault(int(number), []).append(message)
@@ -85,7 +91,8 @@ def main():
     arguments = parser.parse_args()
     check = Check(arguments.include)
     with tempfile.TemporaryDirectory() as folder:
-        for compiler in dict.fromkeys(arguments.compilers):
+        # One compiler often goes by several names.
+        for compiler in {os.path.realpath(path): path for path in arguments.compilers}.values():
             for flags in VARIANTS:
                 check.headers(compiler, flags, pathlib.Path(folder))
                 check.accepted(compiler, flags, "forms.cc")
