@@ -5,26 +5,26 @@
 
 #include "zarn/export.h"
 
-ZARN_NAMESPACE_BEGIN
-namespace desktop {
+namespace zarn::desktop {
+inline namespace ZARN_VERSION_NAMESPACE {
 
 /// Empty fields take sensible values from the executable and the environment.
 struct HostInfo {
   /// Reverse-domain identifier, such as "com.example.shop". Default: the executable's name.
-  std::string bundleId;
+  std::string bundleId = {};
   /// Name to show. Default: the executable's name.
-  std::string name;
+  std::string name = {};
   /// Version shown to users, such as "2.4.1". Default: unknown.
-  std::string version;
+  std::string version = {};
   /// Build number. Default: unknown.
-  std::string build;
+  std::string build = {};
   /// Where the library keeps its files, in a folder of its own that only the user can read.
   /// Default: a folder named after `bundleId` in XDG_DATA_HOME, or in ~/.local/share without it.
-  std::string dataDirectory;
+  std::string dataDirectory = {};
 };
 
 /// Call before Zarn::configure, once; later calls have no effect. Any thread. Never throws.
 ZARN_API void describeHost(HostInfo info);
 
-}  // namespace desktop
-ZARN_NAMESPACE_END
+}  // namespace ZARN_VERSION_NAMESPACE
+}  // namespace zarn::desktop

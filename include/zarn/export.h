@@ -5,9 +5,10 @@
 
 /// One inline namespace per minor version: a host that was built against another one fails to link
 /// instead of failing at run time.
+#define ZARN_VERSION_NAMESPACE v1_0
 #define ZARN_NAMESPACE_BEGIN \
   namespace zarn {           \
-  inline namespace v1_0 {
+  inline namespace ZARN_VERSION_NAMESPACE {
 #define ZARN_NAMESPACE_END \
   }                        \
   }
