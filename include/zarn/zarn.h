@@ -8,10 +8,10 @@
 // fork the child's calls do nothing until it has executed another program.
 #pragma once
 
-#include <string_view>
 
 #include "zarn/export.h"
 #include "zarn/options.h"
+#include "zarn/text.h"
 #include "zarn/value.h"
 
 ZARN_NAMESPACE_BEGIN
@@ -26,26 +26,26 @@ class ZARN_API Zarn {
   ///
   /// `writeKey`: at least five parts joined by "_", the fourth of which is the project id; any
   /// other text is itself the project id, unless the options name one.
-  static void configure(std::string_view writeKey, ConfigurationOptions options = {}) noexcept;
+  static void configure(Text writeKey, ConfigurationOptions options = {}) noexcept;
   /// The same with project id and key apart.
-  static void configure(std::string_view projectId, std::string_view apiKey,
+  static void configure(Text projectId, Text apiKey,
                         ConfigurationOptions options = {}) noexcept;
 
   /// Records that something happened. The event is durable when the call returns. Text in
   /// `properties` passes the filter for personal data. Before configure: no effect.
-  static void track(std::string_view name, const Properties& properties = {}) noexcept;
+  static void track(Text name, const Properties& properties = {}) noexcept;
 
   /// Names the user of the events from now on. Blanks around the id are cut off; an empty id is
   /// ignored. Repeating the same call sends nothing.
-  static void identify(std::string_view userId, const Properties& traits = {}) noexcept;
+  static void identify(Text userId, const Properties& traits = {}) noexcept;
 
   /// Records that the user belongs to a group, such as a company or team.
-  static void group(std::string_view groupId, const Properties& traits = {}) noexcept;
+  static void group(Text groupId, const Properties& traits = {}) noexcept;
 
   /// Super properties are added to every later event; a property of the event itself wins.
-  static void setSuperProperty(std::string_view key, Value value) noexcept;
+  static void setSuperProperty(Text key, Value value) noexcept;
   static void setSuperProperties(const Properties& properties) noexcept;
-  static void unsetSuperProperty(std::string_view key) noexcept;
+  static void unsetSuperProperty(Text key) noexcept;
   static void clearSuperProperties() noexcept;
 
   /// Sends what is waiting, in the background.

@@ -17,36 +17,36 @@ Client& sharedClient() {
 
 }  // namespace core
 
-inline namespace v1_0 {
+inline namespace ZARN_VERSION_NAMESPACE {
 
 using base::HostCallKind;
 using core::publicCall;
 using core::sharedClient;
 
-void Zarn::configure(std::string_view writeKey, ConfigurationOptions options) noexcept {
+void Zarn::configure(Text writeKey, ConfigurationOptions options) noexcept {
   publicCall([&] { sharedClient().configure(writeKey, std::move(options)); },
              HostCallKind::mayBlock);
 }
 
-void Zarn::configure(std::string_view projectId, std::string_view apiKey,
+void Zarn::configure(Text projectId, Text apiKey,
                      ConfigurationOptions options) noexcept {
   publicCall([&] { sharedClient().configure(projectId, apiKey, std::move(options)); },
              HostCallKind::mayBlock);
 }
 
-void Zarn::track(std::string_view name, const Properties& properties) noexcept {
+void Zarn::track(Text name, const Properties& properties) noexcept {
   publicCall([&] { sharedClient().track(name, properties); });
 }
 
-void Zarn::identify(std::string_view userId, const Properties& traits) noexcept {
+void Zarn::identify(Text userId, const Properties& traits) noexcept {
   publicCall([&] { sharedClient().identify(userId, traits); });
 }
 
-void Zarn::group(std::string_view groupId, const Properties& traits) noexcept {
+void Zarn::group(Text groupId, const Properties& traits) noexcept {
   publicCall([&] { sharedClient().group(groupId, traits); });
 }
 
-void Zarn::setSuperProperty(std::string_view key, Value value) noexcept {
+void Zarn::setSuperProperty(Text key, Value value) noexcept {
   publicCall([&] {
     Properties single;
     single.set(key, std::move(value));
@@ -58,7 +58,7 @@ void Zarn::setSuperProperties(const Properties& properties) noexcept {
   publicCall([&] { sharedClient().setSuperProperties(properties); });
 }
 
-void Zarn::unsetSuperProperty(std::string_view key) noexcept {
+void Zarn::unsetSuperProperty(Text key) noexcept {
   publicCall([&] { sharedClient().unsetSuperProperty(key); });
 }
 
@@ -74,5 +74,5 @@ bool Zarn::flush(double timeoutSeconds) noexcept {
   return publicCall([&] { return sharedClient().flush(timeoutSeconds); }, HostCallKind::mayBlock);
 }
 
-}  // namespace v1_0
+}  // namespace ZARN_VERSION_NAMESPACE
 }  // namespace zarn

@@ -1,0 +1,98 @@
+// A host for whole clients in tests: virtual time, scripted HTTP, and real files in a folder of its
+// own.
+#pragma once
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "base/json.h"
+#include "core/client.h"
+#include "desktop/files.h"
+#include "platform/host.h"
+#include "support/fake_name_tagger.h"
+#include "support/fake_services.h"
+#include "support/manual_dispatch.h"
+#include "support/scripted_http.h"
+#include "support/temp_directory.h"
+
+namespace zarn::testing {
+
+struct TestHost {
+  TempDirectory directory;
+  ManualClock clock;
+  ManualDispatch dispatch{clock};
+  FakeRandom random;
+  FakeLog log;
+  FakeEnvironment environment;
+  desktop::PosixFiles files{{.dataDirectory = directory.path(), .bundleId = ""}, environment, log};
+  FakeDefaults defaults;
+  FakeCrypto crypto;
+  FakeDevice device;
+  FakePathMonitor paths;
+  ScriptedHttp http;
+  FakeNameTagger names;
+  platform::Host services{dispatch, clock,  random, log,   environment, files,
+                          defaults, crypto, device, paths, http,        names};
+};
+
+/// A client on a host that may have had clients before: a relaunch is a new one on the same host.
+class TestClient {
+ public:
+  static constexpr const char* kKey = "wk_live_x_shop_abc";
+
+  explicit TestClient(TestHost& host)
+      : host_(host), client_([&]() -> platform::Host& { return host.services; }) {}
+
+  static ConfigurationOptions options() {
+    return {.flushAt = 3, .apiHost = "http://collector.example", .debug = true};
+  }
+  core::Client& operator*() { return client_; }
+  core::Client* operator->() { return &client_; }
+
+  TestClient& configure() {
+    client_.configure(kKey, options());
+    return *this;
+  }
+  /// Configured, with an init that was answered so.
+  TestClient& run(
+      std::string initAnswer = R"({"data_collection":{},"release_id":"r1","app_id":"a1"})") {
+    configure();
+    host_.http.answer("/init", 200, std::move(initAnswer));
+    host_.dispatch.runUntilIdle();
+    return *this;
+  }
+  /// The events of the batch that waits for an answer.
+  std::vector<Properties> waitingEvents() {
+    const auto body = base::parseJson(host_.http.nextBody());
+    std::vector<Properties> events;
+    for (const Value& event : *body->asProperties()->find("batch")->asArray()) {
+      events.push_back(*event.asProperties());
+    }
+    return events;
+  }
+  std::vector<std::string> waitingNames() {
+    std::vector<std::string> names;
+    for (const auto& event : waitingEvents())
+      names.emplace_back(*event.find("event_name")->asString());
+    return names;
+  }
+  /// Flushes, and answers that all was accepted.
+  void deliver() {
+    client_.flush();
+    host_.dispatch.runUntilIdle();
+    std::string ids;
+    for (const auto& event : waitingEvents()) {
+      if (!ids.empty()) ids += ',';
+      ids += '"' + std::string(*event.find("event_id")->asString()) + '"';
+    }
+    host_.http.answer("/batch", 200, R"({"accepted_event_ids":[)" + ids + "]}");
+    host_.dispatch.runUntilIdle();
+  }
+
+ private:
+  TestHost& host_;
+  core::Client client_;
+};
+
+}  // namespace zarn::testing

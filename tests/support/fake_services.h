@@ -1,0 +1,152 @@
+// Small complete fakes of the platform's services, for tests and for whole clients in tests.
+#pragma once
+
+#include <algorithm>
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <string>
+#include <variant>
+#include <vector>
+
+#include "base/mutex.h"
+#include "platform/crypto.h"
+#include "platform/defaults.h"
+#include "platform/device.h"
+#include "platform/environment.h"
+#include "platform/log.h"
+#include "platform/path_monitor.h"
+#include "platform/random.h"
+
+namespace zarn::testing {
+
+/// A series that repeats from test to test. `next` gives the middle of the range unless it was told
+/// otherwise, so that jitter is none.
+class FakeRandom final : public platform::Random {
+ public:
+  void fill(std::span<std::uint8_t> bytes) override {
+    base::MutexLock lock(mutex_);
+    for (auto& byte : bytes) {
+      state_ = state_ * 6364136223846793005u + 1442695040888963407u;
+      byte = static_cast<std::uint8_t>(state_ >> 56);
+    }
+  }
+  std::uint64_t next() override { return nextNumber; }
+  std::uint64_t nextNumber = std::uint64_t{1} << 63;
+
+ private:
+  base::Mutex mutex_{base::LockRank::leaf};
+  std::uint64_t state_ ZARN_GUARDED_BY(mutex_) = 1;
+};
+
+class FakeDefaults final : public platform::Defaults {
+ public:
+  std::optional<bool> getBool(std::string_view key) override { return get<bool>(key); }
+  std::optional<double> getDouble(std::string_view key) override { return get<double>(key); }
+  std::optional<std::string> getString(std::string_view key) override {
+    return get<std::string>(key);
+  }
+  void set(std::string_view key, bool value) override { put(key, value); }
+  void set(std::string_view key, double value) override { put(key, value); }
+  void set(std::string_view key, std::string_view value) override { put(key, std::string(value)); }
+  void remove(std::string_view key) override {
+    base::MutexLock lock(mutex_);
+    values_.erase(std::string(key));
+  }
+
+ private:
+  using Stored = std::variant<bool, double, std::string>;
+  template <typename T>
+  std::optional<T> get(std::string_view key) {
+    base::MutexLock lock(mutex_);
+    const auto found = values_.find(std::string(key));
+    if (found == values_.end()) return std::nullopt;
+    const T* value = std::get_if<T>(&found->second);
+    return value != nullptr ? std::optional<T>(*value) : std::nullopt;
+  }
+  void put(std::string_view key, Stored value) {
+    base::MutexLock lock(mutex_);
+    values_[std::string(key)] = std::move(value);
+  }
+  base::Mutex mutex_{base::LockRank::dispatch};
+  std::map<std::string, Stored> values_ ZARN_GUARDED_BY(mutex_);
+};
+
+class FakeLog final : public platform::LogSink {
+ public:
+  void write(std::string_view line) override {
+    base::MutexLock lock(mutex_);
+    lines_.emplace_back(line);
+  }
+  int count(std::string_view line) const {
+    base::MutexLock lock(mutex_);
+    return static_cast<int>(std::count(lines_.begin(), lines_.end(), line));
+  }
+  std::vector<std::string> lines() const {
+    base::MutexLock lock(mutex_);
+    return lines_;
+  }
+
+ private:
+  mutable base::Mutex mutex_{base::LockRank::dispatch};
+  std::vector<std::string> lines_ ZARN_GUARDED_BY(mutex_);
+};
+
+class FakeEnvironment final : public platform::Environment {
+ public:
+  std::optional<std::string> variable(const char* name) override {
+    const auto found = variables.find(name);
+    return found == variables.end() ? std::nullopt : std::optional(found->second);
+  }
+  std::map<std::string, std::string> variables;
+};
+
+class FakeDevice final : public platform::Device {
+ public:
+  const platform::DeviceFacts& device() override { return deviceFacts; }
+  const platform::AppFacts& app() override { return appFacts; }
+  platform::LocaleFacts locale() override { return {.locale = "en_GB", .timezone = "Europe/Oslo"}; }
+  platform::Battery battery() override {
+    ++batteryReads;
+    return batteryState;
+  }
+  platform::DeviceFacts deviceFacts{.machine = "x86_64",
+                                    .osName = "Linux",
+                                    .osVersion = "6.1",
+                                    .screenWidth = 1280,
+                                    .screenHeight = 800};
+  platform::AppFacts appFacts{
+      .bundleId = "com.example.shop", .name = "Shop", .version = "2.4.1", .build = "241"};
+  platform::Battery batteryState;
+  int batteryReads = 0;
+};
+
+/// Reports a path when the test says so.
+class FakePathMonitor final : public platform::PathMonitor {
+ public:
+  void start(base::SerialQueue& queue,
+             std::function<void(platform::NetworkPath)> changed) override {
+    queue_ = &queue;
+    changed_ = std::move(changed);
+  }
+  void stop() override { queue_ = nullptr; }
+  void report(platform::NetworkPath path) {
+    if (queue_ != nullptr) queue_->async([changed = changed_, path] { changed(path); });
+  }
+
+ private:
+  base::SerialQueue* queue_ = nullptr;
+  std::function<void(platform::NetworkPath)> changed_;
+};
+
+class FakeCrypto final : public platform::Crypto {
+ public:
+  platform::Sha256Digest sha256(std::string_view bytes) override {
+    platform::Sha256Digest digest{};
+    for (std::size_t i = 0; i < bytes.size(); ++i)
+      digest[i % 32] ^= static_cast<std::uint8_t>(bytes[i]);
+    return digest;
+  }
+};
+
+}  // namespace zarn::testing
