@@ -42,6 +42,8 @@ if(CMAKE_CXX_COMPILER_ID MATCHES Clang)
   target_compile_options(zarn_flags INTERFACE -Wthread-safety -Wthread-safety-beta)
 else()
   target_compile_options(zarn_flags INTERFACE -Wno-missing-field-initializers)
+  # Optimising, g++ takes moved and optional values for uninitialised ones.
+  target_compile_options(zarn_flags INTERFACE $<$<NOT:$<CONFIG:Debug>>:-Wno-maybe-uninitialized>)
 endif()
 if(ZARN_WERROR)
   target_compile_options(zarn_flags INTERFACE -Werror)
