@@ -1,0 +1,223 @@
+#include "events/sqlite_event_store.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "events/event_table.h"
+#include "events/legacy_events.h"
+#include "events/store_upkeep.h"
+
+namespace zarn::events {
+namespace {
+
+/// A disk that was full at the start may have space later; trying costs some file operations.
+constexpr int kInsertsBetweenRetries = 64;
+/// Where the disk is full, the log that is there can be used again once it is copied.
+constexpr std::uint64_t kFailuresBetweenRequests = 16;
+
+std::string directoryOf(const std::string& path) {
+  const std::size_t slash = path.rfind('/');
+  return slash == std::string::npos ? "." : path.substr(0, slash);
+}
+
+}  // namespace
+
+SqliteEventStore::SqliteEventStore(std::string path, Services services, std::string vfs)
+    : path_(std::move(path)),
+      services_(std::move(services)),
+      vfs_(std::move(vfs)),
+      queue_(services_.background, "io.zarn.eventstore.sqlite", base::LockRank::storeQueue) {
+  queue_.sync([this] {
+    queue_.assertCurrent();
+    insertsUntilRetry_ = kInsertsBetweenRetries;
+    open();
+  });
+}
+
+SqliteEventStore::~SqliteEventStore() {
+  // Upkeep may be waiting for a turn on the queue, so it ends outside of one.
+  std::unique_ptr<StoreUpkeep> upkeep;
+  queue_.sync([&] {
+    queue_.assertCurrent();
+    upkeep = std::move(upkeep_);
+  });
+  upkeep.reset();
+}
+
+bool SqliteEventStore::open() {
+  if (path_.empty()) return false;
+  std::string error;
+  table_ = EventTable::open(path_, vfs_, error);
+  isOpen_ = table_ != nullptr;
+  if (!table_) {
+    if (!std::exchange(hasReported_, true) && services_.report) {
+      services_.report("[Zarn] Event store can't be opened: " + error);
+    }
+    return false;
+  }
+  makeFilesPrivate();
+  takeOverLegacyFiles();
+  table_->clearMarks();
+  upkeep_ =
+      std::make_unique<StoreUpkeep>(path_, vfs_, services_.background, queue_, table_->database());
+  return true;
+}
+
+bool SqliteEventStore::openForInsert() {
+  if (table_) return true;
+  if (!mayOpen_ || insertsUntilRetry_-- > 0) return false;
+  insertsUntilRetry_ = kInsertsBetweenRetries;
+  return open();
+}
+
+void SqliteEventStore::makeFilesPrivate() {
+  for (const char* suffix : {"", "-wal", "-shm"}) services_.files.makePrivate(path_ + suffix);
+}
+
+void SqliteEventStore::takeOverLegacyFiles() {
+  const std::string directory = directoryOf(path_) + "/events";
+  const std::vector<LegacyEvent> found =
+      readLegacyEvents(services_.files, directory, services_.decode);
+  if (!found.empty()) {
+    base::SqliteTransaction transaction(table_->database());
+    bool stored = transaction.isOpen();
+    for (const LegacyEvent& legacy : found) {
+      const model::EncodedEvent& event = legacy.event;
+      stored = stored && table_->insertOld(event.id, *event.json, event.time);
+    }
+    if (!stored || !transaction.commit()) return;
+  }
+  for (const LegacyEvent& legacy : found) services_.files.remove(legacy.path);
+  services_.files.remove(directory);
+}
+
+void SqliteEventStore::insert(const model::EncodedEvent& event) {
+  queue_.sync([&] {
+    queue_.assertCurrent();
+    if (openForInsert() && table_->insert(event.id, *event.json, event.time)) {
+      upkeep_->wrote();
+      return;
+    }
+    noteFailure(failedInserts_, "insert");
+    if (upkeep_ && failedInserts_ % kFailuresBetweenRequests == 1) upkeep_->request();
+  });
+}
+
+std::vector<model::EncodedEvent> SqliteEventStore::fetchPending() {
+  std::vector<model::EncodedEvent> events;
+  queue_.sync([&] {
+    queue_.assertCurrent();
+    if (!table_) return;
+    std::vector<EventTable::Row> rows;
+    table_->readPending(kFetchLimit, rows);
+    std::vector<std::string> loaded;
+    std::vector<std::string> corrupt;
+    for (EventTable::Row& row : rows) {
+      auto event = services_.decode(std::move(row.data));
+      // Under another key the acknowledgement would never find the row.
+      const bool isSound = event && event->id == row.id;
+      (isSound ? loaded : corrupt).push_back(std::move(row.id));
+      if (isSound) events.push_back(std::move(*event));
+    }
+    if (!loaded.empty()) table_->markLoaded(loaded);
+    removeCorrupt(corrupt);
+  });
+  return events;
+}
+
+void SqliteEventStore::removeCorrupt(std::span<const std::string> ids) {
+  if (ids.empty()) return;
+  corruptRows_ += ids.size();
+  if (!table_->remove(ids)) noteFailure(failedRemovals_, "removal");
+}
+
+void SqliteEventStore::remove(std::span<const std::string> ids) {
+  if (!ids.empty()) removeInSlices(ids, false);
+}
+
+void SqliteEventStore::resolve(std::span<const std::string> ids) {
+  removeInSlices(ids, true);
+}
+
+void SqliteEventStore::removeInSlices(std::span<const std::string> ids, bool clearMarks) {
+  for (bool isLast = false; !isLast;) {
+    const auto slice = ids.first(std::min(ids.size(), kRowsPerTurn));
+    ids = ids.subspan(slice.size());
+    isLast = ids.empty();
+    queue_.sync([&] {
+      queue_.assertCurrent();
+      removeSlice(slice, clearMarks && isLast);
+    });
+  }
+}
+
+void SqliteEventStore::removeSlice(std::span<const std::string> ids, bool clearMarks) {
+  if (!table_) return;
+  bool done = false;
+  if (clearMarks) {
+    base::SqliteTransaction transaction(table_->database());
+    done =
+        transaction.isOpen() && table_->remove(ids) && table_->clearMarks() && transaction.commit();
+  } else {
+    done = table_->remove(ids);
+  }
+  if (!done) return noteFailure(failedRemovals_, "removal");
+  upkeep_->wrote();
+  if (!ids.empty()) upkeep_->removedRows();
+}
+
+void SqliteEventStore::removeAll() {
+  queue_.sync([this] {
+    queue_.assertCurrent();
+    if (!table_) return;
+    if (!table_->removeAll()) return noteFailure(failedRemovals_, "removal");
+    upkeep_->wrote();
+    upkeep_->removedRows();
+  });
+}
+
+bool SqliteEventStore::adopt(const std::string& path) {
+  bool adopted = false;
+  queue_.sync([&] {
+    queue_.assertCurrent();
+    adopted = table_ && table_->adopt(path);
+  });
+  return adopted;
+}
+
+void SqliteEventStore::emptyAndClose(const std::function<void()>& whileClosed) {
+  std::unique_ptr<StoreUpkeep> upkeep;
+  std::unique_ptr<EventTable> table;
+  queue_.sync([&] {
+    queue_.assertCurrent();
+    if (table_) table_->removeAll();
+    mayOpen_ = false;
+    isOpen_ = false;
+    table = std::move(table_);
+    upkeep = std::move(upkeep_);
+  });
+  // Outside of the queue, on which upkeep may be waiting for a turn.
+  upkeep.reset();
+  table.reset();
+  queue_.sync([&] {
+    queue_.assertCurrent();
+    whileClosed();
+    mayOpen_ = true;
+    insertsUntilRetry_ = 0;
+  });
+}
+
+void SqliteEventStore::noteFailure(std::atomic<std::uint64_t>& count, std::string_view operation) {
+  ++count;
+  if (std::exchange(hasReported_, true) || !services_.report) return;
+  std::string line = "[Zarn] Event store: ";
+  line.append(operation).append(" failed");
+  if (table_) line.append(": ").append(table_->lastError());
+  services_.report(line);
+}
+
+StoreHealth SqliteEventStore::health() const {
+  return {isOpen_, failedInserts_, failedRemovals_, corruptRows_};
+}
+
+}  // namespace zarn::events

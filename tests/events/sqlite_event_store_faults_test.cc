@@ -1,0 +1,161 @@
+#include <gtest/gtest.h>
+#include <sqlite3.h>
+
+#include <algorithm>
+
+#include "base/sqlite.h"
+#include "events/store_fixture.h"
+#include "support/faulty_vfs.h"
+
+namespace zarn::events {
+namespace {
+
+using testing::FaultyVfs;
+using Ids = std::vector<std::string>;
+
+class StoreFaultsTest : public StoreFixture {
+ protected:
+  /// Opens a store, inserts 40 events and removes some; gives the ids that must be there.
+  Ids use(const std::string& vfs) {
+    auto store = open(vfs);
+    Ids there;
+    for (const std::string& id : numbered("E", 40)) {
+      const auto failedBefore = store->health().failedInserts;
+      store->insert(event(id, std::string(2000, ' ')));
+      if (store->health().failedInserts == failedBefore) there.push_back(id);
+      if (there.size() % 10 == 9) {
+        const Ids oldest{there.front()};
+        const auto before = store->health().failedRemovals;
+        store->resolve(oldest);
+        if (store->health().failedRemovals == before) there.erase(there.begin());
+      }
+      dispatch_.advance(1.0);
+    }
+    return there;
+  }
+  void expectSound() {
+    auto database = base::Sqlite::open(path_);
+    ASSERT_TRUE(database);
+    std::string result;
+    database->prepare("PRAGMA integrity_check;").forEachRow([&](const base::SqliteStatement& row) {
+      result += row.text(0);
+    });
+    EXPECT_EQ(result, "ok");
+  }
+  void removeFiles() {
+    for (const char* suffix : {"", "-wal", "-shm"}) files_.remove(path_ + suffix);
+  }
+
+  FaultyVfs vfs_;
+};
+
+TEST_F(StoreFaultsTest, WhatIsNotCountedAsFailedIsThereWhateverFails) {
+  for (const auto operation :
+       {FaultyVfs::Operation::open, FaultyVfs::Operation::write, FaultyVfs::Operation::sync}) {
+    for (const bool forever : {false, true}) {
+      for (int countdown = 1; countdown < 400; countdown += 1 + countdown / 8) {
+        SCOPED_TRACE(std::to_string(static_cast<int>(operation)) + " " + std::to_string(countdown) +
+                     (forever ? " forever" : " once"));
+        removeFiles();
+        vfs_.fail(operation, {countdown, forever, forever ? SQLITE_FULL : SQLITE_IOERR});
+        const Ids there = use(vfs_.name());
+        vfs_.heal();
+        const Ids found = idsOf(open(vfs_.name())->fetchPending());
+        // A write that reported a failure may have happened all the same.
+        EXPECT_TRUE(std::includes(found.begin(), found.end(), there.begin(), there.end(),
+                                  [](const std::string& a, const std::string& b) {
+                                    return std::stoi(a.substr(1)) < std::stoi(b.substr(1));
+                                  }));
+        expectSound();
+      }
+    }
+  }
+}
+
+TEST_F(StoreFaultsTest, APowerCutLosesOnlyTheNewestRows) {
+  for (int cutAfter = 0; cutAfter < 60; cutAfter += 7) {
+    SCOPED_TRACE(cutAfter);
+    removeFiles();
+    auto store = open(vfs_.name());
+    insert(*store, numbered("E", cutAfter * 20));
+    dispatch_.runUntilIdle();
+    insert(*store, numbered("F", cutAfter));
+    vfs_.cutPower();
+    store.reset();
+    vfs_.restart();
+    store = open(vfs_.name());
+    Ids expected = numbered("E", cutAfter * 20);
+    const Ids last = numbered("F", cutAfter);
+    expected.insert(expected.end(), last.begin(), last.end());
+    for (const std::string& id : idsOf(store->fetchPending())) {
+      ASSERT_FALSE(expected.empty());
+      EXPECT_EQ(id, expected.front());
+      expected.erase(expected.begin());
+    }
+    store.reset();
+    expectSound();
+  }
+}
+
+TEST_F(StoreFaultsTest, AdoptedRowsSurviveAPowerCut) {
+  const std::string abandoned = directory_.file("abandoned.sqlite");
+  const auto openAbandoned = [&] {
+    return std::make_unique<SqliteEventStore>(abandoned, services(), vfs_.name());
+  };
+  insert(*openAbandoned(), {"A", "B"});  // synced as it closes
+  auto store = open(vfs_.name());
+  insert(*store, {"C"});
+  ASSERT_TRUE(store->adopt(abandoned));
+  files_.remove(abandoned);
+  vfs_.cutPower();
+  store.reset();
+  vfs_.restart();
+  EXPECT_EQ(idsOf(open(vfs_.name())->fetchPending()), (Ids{"A", "B", "C"}));
+}
+
+TEST_F(StoreFaultsTest, AdoptionThatFailsAnywhereLeavesTheRowsWhereTheyWere) {
+  const std::string abandoned = directory_.file("abandoned.sqlite");
+  insert(*std::make_unique<SqliteEventStore>(abandoned, services()), {"A", "B"});
+  auto store = open(vfs_.name());
+  bool adopted = false;
+  int countdown = 1;
+  for (; !adopted; ++countdown) {
+    ASSERT_LT(countdown, 200);
+    vfs_.fail(FaultyVfs::Operation::write, {countdown, true, SQLITE_FULL});
+    adopted = store->adopt(abandoned);
+    vfs_.heal();
+    if (adopted) break;
+    EXPECT_EQ(idsOf(SqliteEventStore(abandoned, services()).fetchPending()), (Ids{"A", "B"}));
+  }
+  EXPECT_GT(countdown, 3);
+  EXPECT_EQ(idsOf(store->fetchPending()), (Ids{"A", "B"}));
+}
+
+TEST_F(StoreFaultsTest, AReadOnlyPlaceMakesNoTroubleAndIsTriedAgain) {
+  vfs_.makeReadOnly();
+  auto store = open(vfs_.name());
+  insert(*store, {"A"});
+  EXPECT_TRUE(store->fetchPending().empty());
+  EXPECT_FALSE(store->health().isOpen);
+  EXPECT_EQ(reports_.size(), 1u);
+  vfs_.heal();
+  insert(*store, numbered("E", 100));
+  EXPECT_TRUE(store->health().isOpen);
+  EXPECT_EQ(idsOf(store->fetchPending()).back(), "E99");
+}
+
+TEST_F(StoreFaultsTest, InsertsDoNotWaitForTheDisk) {
+  auto store = open(vfs_.name());
+  insert(*store, {"first"});
+  int syncsOfInserts = 0;
+  for (const std::string& id : numbered("E", 1000)) {
+    const int before = vfs_.syncs();
+    insert(*store, {id});
+    syncsOfInserts += vfs_.syncs() - before;
+    dispatch_.runUntilIdle();
+  }
+  EXPECT_EQ(syncsOfInserts, 0);
+}
+
+}  // namespace
+}  // namespace zarn::events
