@@ -12,6 +12,7 @@ namespace {
 
 constexpr base::Duration kFirstRetry = std::chrono::milliseconds(20);
 constexpr base::Duration kLastRetry = std::chrono::minutes(5);
+constexpr base::Duration kLateWrite = std::chrono::milliseconds(20);
 constexpr base::Duration kReportedRetry = std::chrono::seconds(1);
 
 /// Changes as values: a null takes the key away.
@@ -118,15 +119,20 @@ std::optional<Properties> FileDefaults::readFile() {
 }
 
 void FileDefaults::change(std::string_view key, Value value) {
-  base::MutexLock lock(mutex_);
-  fresh();
-  changes_.set(key, value);
-  Properties one;
-  one.set(key, std::move(value));
-  apply(one, values_);
-  if (scheduled_) return;
-  scheduled_ = true;
-  writer_.async(base::weakly(scope_, [this] { writeOnQueue(); }));
+  {
+    base::MutexLock lock(mutex_);
+    fresh();
+    changes_.set(key, value);
+    Properties one;
+    one.set(key, std::move(value));
+    apply(one, values_);
+    if (!finished_) {
+      if (std::exchange(scheduled_, true)) return;
+      writer_.async(base::weakly(scope_, [this] { writeOnQueue(); }));
+      return;
+    }
+  }
+  flush(kLateWrite);
 }
 
 void FileDefaults::writeOnQueue() {
@@ -190,6 +196,14 @@ bool FileDefaults::flush(base::Duration patience) {
     if (std::chrono::steady_clock::now() >= deadline) return false;
     std::this_thread::sleep_for(std::chrono::milliseconds(2));
   }
+}
+
+void FileDefaults::finish(base::Duration patience) {
+  {
+    base::MutexLock lock(mutex_);
+    finished_ = true;
+  }
+  flush(patience);
 }
 
 }  // namespace zarn::desktop

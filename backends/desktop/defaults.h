@@ -43,9 +43,13 @@ class FileDefaults final : public platform::Defaults {
   void set(std::string_view key, std::string_view value) override;
   void remove(std::string_view key) override;
 
-  /// Writes what has changed on the calling thread, waiting at most `patience` for another writer:
-  /// for the end of the process. False when something is still only in memory.
+  /// Writes what has changed on the calling thread, waiting at most `patience` for another writer.
+  /// False when something is still only in memory.
   bool flush(base::Duration patience);
+
+  /// For the end of the process: flushes, and from now on so does every change by itself, since
+  /// nothing runs on the queue any more.
+  void finish(base::Duration patience);
 
  private:
   enum class Outcome { done, locked, failed };
@@ -70,6 +74,7 @@ class FileDefaults final : public platform::Defaults {
   Properties values_ ZARN_GUARDED_BY(mutex_);
   Properties changes_ ZARN_GUARDED_BY(mutex_);  // not yet in the file; null removes
   Properties writing_ ZARN_GUARDED_BY(mutex_);  // on their way into it
+  bool finished_ ZARN_GUARDED_BY(mutex_) = false;
   bool scheduled_ ZARN_GUARDED_BY(mutex_) = false;
   base::Duration retryDelay_ ZARN_GUARDED_BY(mutex_);
   base::WorkItem retry_ ZARN_GUARDED_BY(mutex_);

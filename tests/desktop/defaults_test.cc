@@ -157,6 +157,13 @@ TEST_F(DefaultsTest, NothingIsLostWithTheLastMoment) {
   defaults.reset();
   EXPECT_EQ(open()->getString("key"), "value");
 
+  defaults = open();
+  defaults->set("key", "at the end");
+  defaults->finish(base::seconds(1));
+  EXPECT_EQ(file(), R"({"key":"at the end"})");
+  defaults->set("key", "after it");
+  EXPECT_EQ(file(), R"({"key":"after it"})");
+
   const auto lock = files_.tryLock(folder_.file("Zarn/defaults.lock"));  // a writer that hangs
   defaults = open();
   defaults->set("key", "late");

@@ -1,0 +1,114 @@
+// The desktop's platform::Host: every service of this process, made at first use.
+#include "platform/host.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <utility>
+
+#include "base/mutex.h"
+#include "base/serial_queue.h"
+#include "desktop/clock.h"
+#include "desktop/crypto.h"
+#include "desktop/defaults.h"
+#include "desktop/device.h"
+#include "desktop/dispatch.h"
+#include "desktop/environment.h"
+#include "desktop/files.h"
+#include "desktop/http_client.h"
+#include "desktop/log.h"
+#include "desktop/name_tagger.h"
+#include "desktop/path_monitor.h"
+#include "desktop/process.h"
+#include "desktop/random.h"
+#include "zarn/desktop.h"
+
+namespace zarn::desktop {
+namespace {
+
+/// What an exit waits for the settings even when everything else was slow.
+constexpr base::Duration kLastWrite = base::seconds(0.05);
+
+struct Description {
+  base::Mutex mutex{base::LockRank::leaf};
+  HostInfo info ZARN_GUARDED_BY(mutex);
+  bool final ZARN_GUARDED_BY(mutex) = false;
+};
+
+Description& description() {
+  static Description* const only = new Description;
+  return *only;
+}
+
+/// What the host app has said, completed; nothing it says later counts.
+HostInfo takeDescription() {
+  Description& said = description();
+  base::MutexLock lock(said.mutex);
+  said.final = true;
+  HostInfo info = said.info;
+  if (info.bundleId.empty()) info.bundleId = executableName();
+  if (info.name.empty()) info.name = executableName();
+  return info;
+}
+
+/// In the order in which they need each other.
+class DesktopHost {
+ public:
+  explicit DesktopHost(const HostInfo& info)
+      : files_({.dataDirectory = info.dataDirectory, .bundleId = info.bundleId}, environment_,
+               log_),
+        defaults_(files_.dataDirectory() + "/Zarn", files_, diskQueue_, log_),
+        device_({.bundleId = info.bundleId,
+                 .name = info.name,
+                 .version = info.version,
+                 .build = info.build},
+                environment_, clock_, diskQueue_),
+        http_(paths_, proxiesFrom(environment_)) {
+    // Run newest first: once no thread of ours can change a setting, what is new gets written.
+    onProcessExit([this](base::Duration left) { defaults_.finish(std::max(left, kLastWrite)); });
+    onProcessExit([this](base::Duration left) { dispatch_.stop(left); });
+    onProcessExit([this](base::Duration left) { http_.stop(left); });
+  }
+
+  platform::Host& services() { return services_; }
+
+ private:
+  ThreadDispatch dispatch_;
+  ProcessEnvironment environment_;
+  SystemClock clock_;
+  KernelRandom random_;
+  DescriptorLog log_{STDERR_FILENO};
+  std::unique_ptr<base::Executor> disk_ = dispatch_.makeThread("zarn-disk");
+  base::SerialQueue diskQueue_{*disk_, "zarn.disk", base::LockRank::storeQueue};
+  PosixFiles files_;
+  FileDefaults defaults_;
+  OpensslCrypto crypto_;
+  LinuxDevice device_;
+  NetlinkPathMonitor paths_;
+  CurlHttpClient http_;
+  DictionaryNameTagger names_;
+  platform::Host services_{dispatch_, clock_,  random_, log_,   environment_, files_,
+                           defaults_, crypto_, device_, paths_, http_,        names_};
+};
+
+}  // namespace
+
+inline namespace ZARN_VERSION_NAMESPACE {
+
+void describeHost(HostInfo info) {
+  Description& said = description();
+  base::MutexLock lock(said.mutex);
+  if (!std::exchange(said.final, true)) said.info = std::move(info);
+}
+
+}  // namespace ZARN_VERSION_NAMESPACE
+}  // namespace zarn::desktop
+
+namespace zarn::platform {
+
+Host& processHost() {
+  static auto* const host = new desktop::DesktopHost(desktop::takeDescription());
+  return host->services();
+}
+
+}  // namespace zarn::platform
