@@ -1,0 +1,14 @@
+// What listeners of the live feed are told of a batch or another call.
+#pragma once
+
+#include <string>
+
+#include "server/records.h"
+
+namespace zarn::collector {
+
+/// The batch's sums and, of its kept events, the last 100 as the events API shows them.
+std::string batchText(const BatchRecord& batch);
+std::string callText(const CallRecord& call);
+
+}  // namespace zarn::collector

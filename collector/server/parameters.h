@@ -1,0 +1,35 @@
+// Reads query parameters strictly: one that is misspelt or out of range is an error, never ignored,
+// so that an assertion in a test cannot pass by asking something else than it meant.
+#pragma once
+
+#include <cstdint>
+#include <initializer_list>
+#include <string>
+#include <string_view>
+
+#include "server/queries.h"
+#include "server/request.h"
+
+namespace zarn::collector {
+
+class Parameters {
+ public:
+  explicit Parameters(const Request& request) : request_(request) {}
+
+  std::string text(const std::string& name);
+  std::int64_t number(const std::string& name, std::int64_t byDefault, std::int64_t least,
+                      std::int64_t most);
+  std::optional<bool> flag(const std::string& name);
+  EventFilter filter();
+  Page page(bool ascendingByDefault);
+
+  /// What was wrong with those read, or a parameter that nobody read; empty when all is well.
+  std::string error();
+
+ private:
+  const Request& request_;
+  std::vector<std::string> read_;
+  std::string error_;
+};
+
+}  // namespace zarn::collector

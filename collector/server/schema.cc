@@ -1,0 +1,91 @@
+#include "server/schema.h"
+
+namespace zarn::collector {
+namespace {
+
+constexpr std::int64_t kVersion = 1;
+
+// `seq` is the order of arrival. `event_id` is unique where it is not null; the store sees to that.
+// Texts that are lists or objects are JSON.
+constexpr const char* kTables = R"sql(
+CREATE TABLE IF NOT EXISTS events(
+  seq INTEGER PRIMARY KEY,
+  event_id TEXT,
+  batch INTEGER NOT NULL,
+  position INTEGER NOT NULL,
+  received_ms INTEGER NOT NULL,
+  type TEXT NOT NULL,
+  name TEXT NOT NULL,
+  user TEXT,
+  session TEXT NOT NULL,
+  device TEXT NOT NULL,
+  timestamp INTEGER,
+  problems TEXT,
+  raw TEXT NOT NULL
+);
+CREATE INDEX IF NOT EXISTS events_by_name ON events(name);
+CREATE INDEX IF NOT EXISTS events_by_session ON events(session);
+CREATE INDEX IF NOT EXISTS events_by_user ON events(user) WHERE user IS NOT NULL;
+CREATE INDEX IF NOT EXISTS events_by_problem ON events(seq) WHERE problems IS NOT NULL;
+CREATE TABLE IF NOT EXISTS batches(
+  id INTEGER PRIMARY KEY,
+  received_ms INTEGER NOT NULL,
+  bytes INTEGER NOT NULL,
+  status INTEGER NOT NULL,
+  cause TEXT NOT NULL,
+  events INTEGER NOT NULL,
+  stored INTEGER NOT NULL,
+  duplicates INTEGER NOT NULL,
+  conflicts INTEGER NOT NULL,
+  withheld INTEGER NOT NULL,
+  invalid INTEGER NOT NULL,
+  accepted INTEGER NOT NULL,
+  permanent INTEGER NOT NULL,
+  transient INTEGER NOT NULL,
+  project TEXT NOT NULL,
+  environment TEXT NOT NULL,
+  sdk_version TEXT NOT NULL,
+  app_version TEXT NOT NULL,
+  bundle_id TEXT NOT NULL,
+  release_id TEXT NOT NULL,
+  launch TEXT NOT NULL,
+  sent_at TEXT NOT NULL,
+  problems TEXT NOT NULL,
+  envelope TEXT NOT NULL,
+  items TEXT NOT NULL,
+  response TEXT NOT NULL
+);
+CREATE TABLE IF NOT EXISTS calls(
+  id INTEGER PRIMARY KEY,
+  received_ms INTEGER NOT NULL,
+  endpoint TEXT NOT NULL,
+  status INTEGER NOT NULL,
+  cause TEXT NOT NULL,
+  request TEXT NOT NULL,
+  response TEXT NOT NULL,
+  problems TEXT NOT NULL
+);
+PRAGMA user_version = 1;
+)sql";
+
+std::int64_t versionOf(Database& database) {
+  Statement version(database, "PRAGMA user_version");
+  return version.step() ? version.number(0) : -1;
+}
+
+}  // namespace
+
+bool prepareSchema(Database& database, std::string& error) {
+  const std::int64_t version = versionOf(database);
+  if (version > kVersion) {
+    error = "it was written by a newer collector";
+    return false;
+  }
+  const bool good = version >= 0 && database.run("PRAGMA journal_mode = WAL") &&
+                    database.run("PRAGMA synchronous = NORMAL") &&
+                    database.run("PRAGMA cache_size = -65536") && database.run(kTables);
+  if (!good) error = database.message();
+  return good;
+}
+
+}  // namespace zarn::collector

@@ -1,0 +1,70 @@
+// Keeps what arrives in one SQLite file of the data directory. One transaction per batch;
+// thread-safe. A crash of the machine may cost the last batches, a crash of the collector costs
+// nothing.
+#pragma once
+
+#include <condition_variable>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <string_view>
+
+#include "server/database.h"
+#include "server/id_index.h"
+#include "server/records.h"
+#include "server/tally.h"
+
+namespace zarn::collector {
+
+class Store {
+ public:
+  /// Makes the directory where needed. Null, with a message, when it cannot be used or another
+  /// collector uses it.
+  static std::unique_ptr<Store> open(const std::string& directory, std::string& error);
+  ~Store();
+
+  /// Keeps the batch and what is to be kept of its events; fills in ids, places and fates. False,
+  /// with nothing kept, when the disk does not take it.
+  bool add(BatchRecord& batch, std::string& error);
+  bool addCall(const CallRecord& call);
+  bool reset();
+
+  /// The place of a kept event; 0 when it is not here.
+  std::int64_t find(std::string_view eventId) const;
+  /// Looks at the counts under the lock.
+  void withTally(const std::function<void(const Tally&)>& look) const;
+  /// Waits until the counts are as wanted. False when time ran out or the store was stopped.
+  bool waitFor(const std::function<bool(const Tally::Sums&)>& wanted, int ms) const;
+  void stop();
+
+  const std::string& file() const { return file_; }
+
+ private:
+  struct Statements;
+  Store() = default;
+  bool prepare(std::string& error);
+  void load();
+  bool insert(BatchRecord& batch);
+  bool insertEvent(const BatchRecord& batch, std::int64_t position, Delivered& event);
+  void forget(BatchRecord& batch);
+  bool insertBatch(const BatchRecord& batch);
+
+  // Constant after construction.
+  std::string file_;
+  int lockFile_ = -1;
+
+  mutable std::mutex mutex_;
+  mutable std::condition_variable grown_;
+  // Guarded by mutex_.
+  std::unique_ptr<Database> database_;
+  std::unique_ptr<Statements> statements_;
+  std::int64_t nextBatch_ = 1;
+  std::int64_t nextSeq_ = 1;
+  Tally tally_;
+  IdIndex ids_;
+  bool stopped_ = false;
+};
+
+}  // namespace zarn::collector
