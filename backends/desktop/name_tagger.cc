@@ -33,7 +33,7 @@ bool isEverydayWord(const NameWord& word) {
 
 class NameReader {
  public:
-  explicit NameReader(const NameWords& words) : words_(words) {}
+  explicit NameReader(NameWords& words) : words_(words) {}
 
   std::optional<TextRange> nameAt(const NameWord& word) const {
     if (is(word, kHonorific)) {
@@ -143,7 +143,7 @@ class NameReader {
     return end;
   }
 
-  const NameWords& words_;
+  NameWords& words_;
 };
 
 }  // namespace

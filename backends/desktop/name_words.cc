@@ -69,7 +69,13 @@ std::size_t NameWords::joinedPart(const NameWord& word) const {
   return next.length != 0 && isLetter(next.value) && isCapital(next.value) ? at : 0;
 }
 
-NameWord NameWords::wordAt(std::size_t begin) const {
+NameWord NameWords::wordAt(std::size_t begin) {
+  NameWord& recent = recent_[begin % recent_.size()];
+  if (recent.begin != begin || recent.end == 0) recent = readWord(begin);
+  return recent;
+}
+
+NameWord NameWords::readWord(std::size_t begin) const {
   const NameLexicon& lexicon = NameLexicon::shared();
   NameWord word{begin, begin};
   std::size_t part = begin;
@@ -110,7 +116,6 @@ NameWord NameWords::wordAt(std::size_t begin) const {
 }
 
 std::optional<NameWord> NameWords::nextCandidate(std::size_t from) {
-  // Inside the rest of a word is no beginning.
   for (std::size_t at = from; at < text_.size();) {
     passAddress(at);
     if (at >= addressBegin_) {
@@ -131,7 +136,7 @@ std::optional<NameWord> NameWords::nextCandidate(std::size_t from) {
   return std::nullopt;
 }
 
-std::optional<NameWord> NameWords::following(const NameWord& word, bool afterComma) const {
+std::optional<NameWord> NameWords::following(const NameWord& word, bool afterComma) {
   std::size_t at = word.end;
   const bool mayBeShortened = word.initial || (word.kinds & (kHonorific | kParticle)) != 0;
   if (mayBeShortened && dotFollows(word)) {

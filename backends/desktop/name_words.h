@@ -1,6 +1,7 @@
 // Cuts text into the words that names are made of.
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <optional>
 #include <string_view>
@@ -30,20 +31,22 @@ class NameWords {
 
   /// The word that follows `word` within a name: after blanks, after a dot where `word` is an
   /// initial or may be shortened, or after a comma where that is asked for.
-  std::optional<NameWord> following(const NameWord& word, bool afterComma = false) const;
+  std::optional<NameWord> following(const NameWord& word, bool afterComma = false);
 
   bool dotFollows(const NameWord& word) const {
     return word.end < text_.size() && text_[word.end] == '.';
   }
 
  private:
-  NameWord wordAt(std::size_t begin) const;
+  NameWord wordAt(std::size_t begin);
+  NameWord readWord(std::size_t begin) const;
   std::size_t joinedPart(const NameWord& word) const;
   void passAddress(std::size_t from);
 
   const std::string_view text_;
   std::size_t addressBegin_ = 0;
   std::size_t addressEnd_ = 0;
+  std::array<NameWord, 8> recent_{};  // words are looked at from several before them
 };
 
 }  // namespace zarn::desktop
