@@ -45,7 +45,8 @@ void stopAll() {
 ExitRegistry* makeExitRegistry() {
   base::watchForks();
   // Handlers run newest first: OpenSSL's, which this registers, must be older than ours.
-  OPENSSL_init_crypto(0, nullptr);
+  // Asked for nothing, OpenSSL would initialise nothing.
+  OPENSSL_init_crypto(OPENSSL_INIT_LOAD_CRYPTO_STRINGS, nullptr);
   std::atexit(stopAll);
   return new ExitRegistry;  // never destroyed: registered to as late as in static destructors
 }
