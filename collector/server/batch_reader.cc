@@ -106,7 +106,7 @@ class Splitter {
 }  // namespace
 
 bool readBatch(std::string_view body, BatchBody& batch, std::string& error) {
-  // Numbers stay text: one that is out of range spoils its event, not the batch.
+  // Numbers stay text here: converting them is left to the check of the single event.
   constexpr unsigned flags = rapidjson::kParseIterativeFlag |
                              rapidjson::kParseValidateEncodingFlag |
                              rapidjson::kParseNumbersAsStringsFlag;
