@@ -47,7 +47,7 @@ class ScriptedHttp final : public platform::HttpClient {
   void finish(std::deque<Waiting>::iterator which, platform::HttpResult result)
       ZARN_REQUIRES(mutex_);
 
-  mutable base::Mutex mutex_{base::LockRank::dispatch};
+  mutable base::Mutex mutex_{base::LockRank::leaf};
   std::deque<Waiting> waiting_ ZARN_GUARDED_BY(mutex_);
   std::vector<std::string> urls_ ZARN_GUARDED_BY(mutex_);
   platform::HttpTaskId lastId_ ZARN_GUARDED_BY(mutex_) = 0;

@@ -1,0 +1,55 @@
+// Processes end promptly and cleanly, in every way, with a request under way.
+#include <gtest/gtest.h>
+
+#include "support/child_process.h"
+#include "support/collector_process.h"
+#include "support/temp_directory.h"
+
+namespace zarn {
+namespace {
+
+using testing::ChildEnd;
+using testing::ChildProcess;
+using testing::CollectorProcess;
+
+class EndingTest : public ::testing::TestWithParam<const char*> {};
+
+TEST_P(EndingTest, ComesPromptlyWithALiveConnection) {
+  if (!CollectorProcess::available()) GTEST_SKIP() << "no collector";
+  CollectorProcess collector;
+  testing::TempDirectory data;
+  for (int i = 0; i < 60; ++i) {
+    if (i == 30) collector.post("/api/collector/faults", R"({"kind":"hang"})");
+    ChildProcess host(
+        ENDING_HOST_PROGRAM,
+        {.arguments = {collector.address(), data.path(), GetParam()}, .capturesErrors = true});
+    const ChildEnd end = host.wait(std::chrono::seconds(20));
+    ASSERT_TRUE(end.isClean()) << end << host.output();
+    EXPECT_LT(end.duration, std::chrono::seconds(5));
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(Ways, EndingTest,
+                         ::testing::Values("return", "exit", "destructor", "linger", "openssl",
+                                           "fork", "fork-exec", "thread"),
+                         [](const auto& info) {
+                           std::string name = info.param;
+                           std::erase(name, '-');
+                           return name;
+                         });
+
+TEST(Ending, WhatAStaticDestructorTracksIsDeliveredByTheNextLaunch) {
+  if (!CollectorProcess::available()) GTEST_SKIP() << "no collector";
+  CollectorProcess collector;
+  testing::TempDirectory data;
+  for (const char* how : {"destructor", "linger", "linger", "linger"}) {
+    ChildProcess host(ENDING_HOST_PROGRAM, {.arguments = {collector.address(), data.path(), how}});
+    ASSERT_TRUE(host.wait(std::chrono::seconds(20)).isClean());
+  }
+  EXPECT_NE(
+      collector.getJson("/api/collector/count?name=from%20a%20static%20destructor").find(":1"),
+      std::string::npos);
+}
+
+}  // namespace
+}  // namespace zarn
