@@ -13,17 +13,22 @@
 namespace zarn::desktop {
 namespace {
 
+/// However slow the others are, each gets this much of the budget: enough for threads that sleep.
+constexpr base::Duration kLeastShare = base::seconds(0.02);
+
 using ExitFunction = base::UniqueFunction<void(base::Duration)>;
 
 struct ExitRegistry {
   base::Mutex mutex{base::LockRank::dispatch};
   std::vector<ExitFunction> stops ZARN_GUARDED_BY(mutex);
 
-  ExitFunction takeNewest() {
+  /// Empty at the end; `others` are still to come.
+  ExitFunction takeNewest(std::size_t& others) {
     base::MutexLock lock(mutex);
     if (stops.empty()) return nullptr;
     ExitFunction newest = std::move(stops.back());
     stops.pop_back();
+    others = stops.size();
     return newest;
   }
 };
@@ -33,10 +38,11 @@ ExitRegistry& exitRegistry();
 void stopAll() {
   if (base::inForkedChild()) return;  // its threads and locks are the parent's
   const auto deadline = std::chrono::steady_clock::now() + kExitBudget;
-  while (ExitFunction stop = exitRegistry().takeNewest()) {
+  std::size_t others = 0;
+  while (ExitFunction stop = exitRegistry().takeNewest(others)) {
     const base::Duration left = deadline - std::chrono::steady_clock::now();
     try {
-      stop(std::max(left, base::Duration::zero()));
+      stop(std::max(left - kLeastShare * others, kLeastShare));
     } catch (...) {
     }
   }
