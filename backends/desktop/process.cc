@@ -23,12 +23,12 @@ struct ExitRegistry {
   std::vector<ExitFunction> stops ZARN_GUARDED_BY(mutex);
 
   /// Empty at the end; `others` are still to come.
-  ExitFunction takeNewest(std::size_t& others) {
+  ExitFunction takeNewest(int& others) {
     base::MutexLock lock(mutex);
     if (stops.empty()) return nullptr;
     ExitFunction newest = std::move(stops.back());
     stops.pop_back();
-    others = stops.size();
+    others = static_cast<int>(stops.size());
     return newest;
   }
 };
@@ -38,11 +38,11 @@ ExitRegistry& exitRegistry();
 void stopAll() {
   if (base::inForkedChild()) return;  // its threads and locks are the parent's
   const auto deadline = std::chrono::steady_clock::now() + kExitBudget;
-  std::size_t others = 0;
+  int others = 0;
   while (ExitFunction stop = exitRegistry().takeNewest(others)) {
     const base::Duration left = deadline - std::chrono::steady_clock::now();
     try {
-      stop(std::max(left - kLeastShare * others, kLeastShare));
+      stop(std::max<base::Duration>(left - kLeastShare * others, kLeastShare));
     } catch (...) {
     }
   }
