@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
-# run.sh BUILD_DIR [shared]: installs the library that was built there into a scratch prefix and lets
-# an outside project build on it and run, by find_package and by pkg-config. With "shared" it first
-# builds the shared library there, by plain CMake as a packager would.
+# run.sh BUILD_DIR [shared CMAKE_ARGUMENT...]: installs the library that was built there into a scratch
+# prefix and lets an outside project build on it and run, by find_package and by pkg-config. With
+# "shared" it first builds the shared library there.
 set -euo pipefail
 here=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
 build_dir=$1
@@ -10,8 +10,8 @@ trap 'rm -rf "$scratch"' EXIT
 prefix=$scratch/prefix
 
 if [[ ${2:-} == shared ]]; then
-  cmake -S "$here/../.." -B "$build_dir" -G Ninja -DBUILD_SHARED_LIBS=ON -DCMAKE_BUILD_TYPE=Debug \
-    -DZARN_BUILD_{TESTS,BENCHMARKS,COLLECTOR,EXAMPLES}=OFF >/dev/null
+  cmake -S "$here/../.." -B "$build_dir" -G Ninja -DBUILD_SHARED_LIBS=ON \
+    -DZARN_BUILD_{TESTS,BENCHMARKS,COLLECTOR,EXAMPLES}=OFF "${@:3}" >/dev/null
   cmake --build "$build_dir" -- --quiet
 fi
 cmake --install "$build_dir" --prefix "$prefix" >/dev/null
