@@ -18,6 +18,7 @@ enum class LockRank : std::uint8_t {
   identity,           // identity manager
   session,            // session tracker
   eventQueue,         // buffer and retry state
+  storeUpkeep,        // copying a database's log, one pass at a time
   storeQueue,         // one per database
   networkGuard,       // control-plane requests under way
   transport,          // batch requests under way

@@ -41,9 +41,6 @@ constexpr const char* kAdopt =
     "INSERT OR IGNORE INTO main.events (id, data, time, flag)"
     " SELECT id, data, time, 0 FROM adopted.events WHERE id IS NOT NULL ORDER BY time ASC;";
 
-/// After a burst the log is cut back to this when it begins anew.
-constexpr const char* kLogSizeLimit = "PRAGMA journal_size_limit=4194304;";
-
 double secondsOf(Date time) {
   return std::chrono::duration<double>(time.time_since_epoch()).count();
 }
@@ -72,7 +69,6 @@ bool EventTable::create() {
   database_.execute("PRAGMA journal_mode=WAL;");
   database_.execute("PRAGMA synchronous=NORMAL;");
   database_.execute("PRAGMA temp_store=MEMORY;");
-  database_.execute(kLogSizeLimit);
   database_.stopAutomaticCheckpoints();
   database_.execute(kCreateTable);
   database_.execute(kCreateTimeIndex);

@@ -139,15 +139,18 @@ void SqliteEventStore::resolve(std::span<const std::string> ids) {
   removeInSlices(ids, true);
 }
 
-void SqliteEventStore::removeInSlices(std::span<const std::string> ids, bool clearMarks) {
+void SqliteEventStore::removeInSlices(std::span<const std::string> ids, bool isResolve) {
   for (bool isLast = false; !isLast;) {
     const auto slice = ids.first(std::min(ids.size(), kRowsPerTurn));
     ids = ids.subspan(slice.size());
     isLast = ids.empty();
+    base::Closure relief;
     queue_.sync([&] {
       queue_.assertCurrent();
-      removeSlice(slice, clearMarks && isLast);
+      removeSlice(slice, isResolve && isLast);
+      if (isResolve && upkeep_) relief = upkeep_->relief();
     });
+    if (relief) relief();
   }
 }
 

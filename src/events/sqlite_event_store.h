@@ -62,6 +62,7 @@ class SqliteEventStore final : public EventStorage {
   void insert(const model::EncodedEvent& event) override;
   std::vector<model::EncodedEvent> fetchPending() override;
   void remove(std::span<const std::string> ids) override;
+  /// Of many rows it may wait for the disk, so that the log can't outgrow its bound.
   void resolve(std::span<const std::string> ids) override;
   void removeAll() override;
 
@@ -85,7 +86,7 @@ class SqliteEventStore final : public EventStorage {
   void takeOverLegacyFiles() ZARN_REQUIRES(queue_);
   void makeFilesPrivate();
   void removeSlice(std::span<const std::string> ids, bool clearMarks) ZARN_REQUIRES(queue_);
-  void removeInSlices(std::span<const std::string> ids, bool clearMarks);
+  void removeInSlices(std::span<const std::string> ids, bool isResolve);
   void removeCorrupt(std::span<const std::string> ids) ZARN_REQUIRES(queue_);
   void noteFailure(std::atomic<std::uint64_t>& count, std::string_view operation)
       ZARN_REQUIRES(queue_);

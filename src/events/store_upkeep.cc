@@ -6,10 +6,15 @@ namespace zarn::events {
 namespace {
 
 constexpr base::Duration kTidyDelay = base::seconds(5);
+/// A day of small batches should not write the same pages after each of them.
+constexpr int kFramesWorthTidying = 500;
 /// Each repeat copies what was appended meanwhile, which is less each time unless inserts are
 /// faster than the disk.
 constexpr int kCopiesPerPass = 3;
 /// Rewriting costs what the used pages cost, in one turn on the queue: about a millisecond.
+constexpr int kFramesToAskForRelief = StoreUpkeep::kMostLogFrames / 2;
+constexpr const char* kCutLogTo4MiB = "PRAGMA journal_size_limit=4194304;";
+constexpr const char* kKeepLogSize = "PRAGMA journal_size_limit=-1;";
 constexpr int kMostUsedPagesToRewrite = 64;
 constexpr int kFreePagesWorthRewriting = 256;
 
@@ -28,37 +33,57 @@ void StoreUpkeep::wrote() {
   const int frames = database_.logFrames();
   if (frames < framesAtLastPass_) framesAtLastPass_ = 0;  // the log was begun anew
   if (frames - framesAtLastPass_ >= kLogFramesPerPass) request();
+  if (frames >= kLogFramesLimit) database_.checkpoint(base::Sqlite::Checkpoint::restart);
 }
 
 void StoreUpkeep::request() {
   queue_.assertCurrent();
-  if (std::exchange(isUnderWay_, true)) return;
-  background_.post(weakly(scope_, [this] { pass(); }));
+  if (std::exchange(isPassPosted_, true)) return;
+  background_.post(weakly(scope_, [this] { pass(Occasion::busy); }));
+  postTidy();
 }
 
 void StoreUpkeep::removedRows() {
   queue_.assertCurrent();
-  if (std::exchange(isTidyPosted_, true)) return;
-  background_.postAfter(kTidyDelay, weakly(scope_, [this] {
-                          bool mine = false;
-                          queue_.sync([&] {
-                            queue_.assertCurrent();
-                            isTidyPosted_ = false;
-                            mine = !std::exchange(isUnderWay_, true);
-                          });
-                          if (mine) pass();
-                        }));
+  postTidy();
 }
 
-void StoreUpkeep::pass() {
+void StoreUpkeep::postTidy() {
+  queue_.assertCurrent();
+  if (std::exchange(isTidyPosted_, true)) return;
+  background_.postAfter(kTidyDelay, weakly(scope_, [this] { tidy(); }));
+}
+
+void StoreUpkeep::tidy() {
+  bool isWorthIt = false;
+  queue_.sync([&] {
+    queue_.assertCurrent();
+    isTidyPosted_ = false;
+    isWorthIt = database_.logFrames() >= kFramesWorthTidying || isWorthShrinking();
+  });
+  if (isWorthIt) pass(Occasion::quiet);
+}
+
+base::Closure StoreUpkeep::relief() {
+  queue_.assertCurrent();
+  const int frames = database_.logFrames();
+  const bool isDue = frames - framesAtLastPass_ >= kLogFramesPerPass;
+  if (frames < kFramesToAskForRelief || !isDue) return nullptr;
+  return weakly(scope_, [this] { pass(Occasion::busy); });
+}
+
+void StoreUpkeep::pass(Occasion occasion) {
+  base::MutexLock lock(passMutex_);
   for (bool again = true; again;) {
     const bool copied = copyLog();
+    const int copiedFrames = copiedFrames_;
     again = false;
     queue_.sync([&] {
       queue_.assertCurrent();
-      if (copied) again = settle() && shrink();
+      again = copied && beginLogAnew(occasion, copiedFrames) && isWorthShrinking() &&
+              database_.execute("VACUUM;");
       framesAtLastPass_ = database_.logFrames();
-      isUnderWay_ = again;
+      isPassPosted_ = false;
     });
   }
 }
@@ -80,20 +105,21 @@ bool StoreUpkeep::copyLog() {
   return true;
 }
 
-/// Begins the log anew; false when the writer is ahead and that can wait.
-bool StoreUpkeep::settle() {
+/// False when the writer is ahead and that can wait.
+bool StoreUpkeep::beginLogAnew(Occasion occasion, int copiedFrames) {
   const int frames = database_.logFrames();
-  if (frames != copiedFrames_ && frames < kMostLogFrames) return false;
+  if (frames != copiedFrames && frames < kMostLogFrames) return false;
   if (!database_.checkpoint(base::Sqlite::Checkpoint::restart)) return false;
-  // The first write to a new log waits for the disk.
+  // The first write to a new log waits for the disk, and cuts the file.
+  database_.execute(occasion == Occasion::quiet ? kCutLogTo4MiB : kKeepLogSize);
   return database_.execute("PRAGMA user_version=1;");
 }
 
-bool StoreUpkeep::shrink() {
+bool StoreUpkeep::isWorthShrinking() {
   const auto all = database_.queryInteger("PRAGMA page_count;");
   const auto unused = database_.queryInteger("PRAGMA freelist_count;");
-  if (!all || !unused || *unused < kFreePagesWorthRewriting) return false;
-  return *all - *unused <= kMostUsedPagesToRewrite && database_.execute("VACUUM;");
+  return all && unused && *unused >= kFreePagesWorthRewriting &&
+         *all - *unused <= kMostUsedPagesToRewrite;
 }
 
 }  // namespace zarn::events

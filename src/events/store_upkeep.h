@@ -5,17 +5,22 @@
 // the log is copied on a thread of the background executor through a handle of its own, while
 // inserts go on appending. Once all of it is copied the log is begun anew, which costs a sync that
 // the next insert would pay, so that is done here too, in a turn on the store's queue. A writer
-// that never pauses never lets a copy catch up; then the log grows up to kMostLogFrames and is cut
-// in a longer turn.
+// that never pauses never lets a copy catch up; then the log grows up to kMostLogFrames and is
+// begun anew in a longer turn. Whoever removes rows in bulk is asked to copy, and thereby to slow
+// down, before that.
 //
-// Some time after rows were removed the log is copied as well, and a file that is nearly all free
-// pages is rewritten.
+// Appending to a file that grows costs an insert a third more than writing over what is there, so
+// the log's file keeps its size while it is in use. When things have been quiet for a while it is
+// cut, and a database that is nearly all free pages is rewritten.
 #pragma once
 
+#include <cstdint>
 #include <optional>
 #include <string>
 
+#include "base/closure.h"
 #include "base/executor.h"
+#include "base/mutex.h"
 #include "base/serial_queue.h"
 #include "base/sqlite.h"
 #include "base/thread_annotations.h"
@@ -25,9 +30,11 @@ namespace zarn::events {
 
 class StoreUpkeep {
  public:
-  /// Pages of 4 KiB; an insert appends about five.
-  static constexpr int kLogFramesPerPass = 1000;
-  static constexpr int kMostLogFrames = 8000;
+  /// Pages of 4 KiB; an insert appends about five. Fewer, longer passes disturb fewer inserts.
+  static constexpr int kLogFramesPerPass = 4000;
+  static constexpr int kMostLogFrames = 16000;
+  /// Inserts that stay faster than the disk for seconds wait for it from here on.
+  static constexpr int kLogFramesLimit = 32000;
 
   /// `database` is used only on `queue`.
   StoreUpkeep(std::string path, std::string vfs, base::Executor& background,
@@ -41,14 +48,21 @@ class StoreUpkeep {
   void wrote();
   /// After rows were removed, on the queue.
   void removedRows();
+  /// On the queue: work for the caller to do off the queue before it removes more, or nothing. The
+  /// work waits for the disk; it does nothing once upkeep has ended.
+  base::Closure relief();
   /// A pass soon, on the queue: where the disk is full, the log may be made reusable.
   void request();
 
  private:
-  void pass();
-  bool copyLog();
-  bool settle() ZARN_REQUIRES(queue_);
-  bool shrink() ZARN_REQUIRES(queue_);
+  enum class Occasion : std::uint8_t { busy, quiet };
+
+  void postTidy();
+  void tidy();
+  void pass(Occasion occasion);
+  bool copyLog() ZARN_REQUIRES(passMutex_);
+  bool beginLogAnew(Occasion occasion, int copiedFrames) ZARN_REQUIRES(queue_);
+  bool isWorthShrinking() ZARN_REQUIRES(queue_);
 
   // Constant after construction.
   const std::string path_;
@@ -57,13 +71,13 @@ class StoreUpkeep {
   base::SerialQueue& queue_;
 
   base::Sqlite& database_ ZARN_GUARDED_BY(queue_);
-  bool isUnderWay_ ZARN_GUARDED_BY(queue_) = false;
+  bool isPassPosted_ ZARN_GUARDED_BY(queue_) = false;
   bool isTidyPosted_ ZARN_GUARDED_BY(queue_) = false;
   int framesAtLastPass_ ZARN_GUARDED_BY(queue_) = 0;
 
-  // Of the pass, of which there is one at a time.
-  std::optional<base::Sqlite> copier_;
-  int copiedFrames_ = 0;
+  base::Mutex passMutex_{base::LockRank::storeUpkeep};
+  std::optional<base::Sqlite> copier_ ZARN_GUARDED_BY(passMutex_);
+  int copiedFrames_ ZARN_GUARDED_BY(passMutex_) = 0;
 
   base::Scope scope_;  // last, so that it closes first
 };

@@ -169,6 +169,15 @@ TEST_F(SqliteEventStoreTest, LogAndFileBecomeSmallAgain) {
   EXPECT_EQ(idsOf(store->fetchPending()), Ids{"A"});
 }
 
+TEST_F(SqliteEventStoreTest, TheLogIsBoundedEvenWhereUpkeepNeverRuns) {
+  auto store = open();
+  const std::string filler(400'000, ' ');
+  for (const std::string& id : numbered("E", 500)) store->insert(event(id, filler));
+  EXPECT_LE(std::filesystem::file_size(path_ + "-wal"),
+            4120u * (StoreUpkeep::kLogFramesLimit + 200));
+  EXPECT_EQ(store->health().failedInserts, 0u);
+}
+
 TEST_F(SqliteEventStoreTest, AFileLeftNearlyEmptyIsRewrittenAfterAWhile) {
   auto store = open();
   const Ids ids = numbered("E", 300);
