@@ -92,15 +92,18 @@ void SqliteEventStore::takeOverLegacyFiles() {
 }
 
 void SqliteEventStore::insert(const model::EncodedEvent& event) {
+  base::Closure relief;
   queue_.sync([&] {
     queue_.assertCurrent();
     if (openForInsert() && table_->insert(event.id, *event.json, event.time)) {
       upkeep_->wrote();
+      relief = upkeep_->reliefAfterInsert();
       return;
     }
     noteFailure(failedInserts_, "insert");
     if (upkeep_ && failedInserts_ % kFailuresBetweenRequests == 1) upkeep_->request();
   });
+  if (relief) relief();
 }
 
 std::vector<model::EncodedEvent> SqliteEventStore::fetchPending() {
@@ -148,7 +151,7 @@ void SqliteEventStore::removeInSlices(std::span<const std::string> ids, bool isR
     queue_.sync([&] {
       queue_.assertCurrent();
       removeSlice(slice, isResolve && isLast);
-      if (isResolve && upkeep_) relief = upkeep_->relief();
+      if (isResolve && upkeep_) relief = upkeep_->reliefAfterRemoval();
     });
     if (relief) relief();
   }

@@ -12,7 +12,8 @@
 // counted in health(), and the event queue goes on in memory.
 //
 // All access goes through one serial queue, and an insert waits only for turns that are short:
-// removals go in slices with a turn each, and the log is kept by StoreUpkeep.
+// removals go in slices with a turn each, and the log is kept by StoreUpkeep. Only inserts that
+// stay faster than the disk for thousands of events wait for it.
 #pragma once
 
 #include <atomic>

@@ -12,7 +12,6 @@ constexpr int kFramesWorthTidying = 500;
 /// faster than the disk.
 constexpr int kCopiesPerPass = 3;
 /// Rewriting costs what the used pages cost, in one turn on the queue: about a millisecond.
-constexpr int kFramesToAskForRelief = StoreUpkeep::kMostLogFrames / 2;
 constexpr const char* kCutLogTo4MiB = "PRAGMA journal_size_limit=4194304;";
 constexpr const char* kKeepLogSize = "PRAGMA journal_size_limit=-1;";
 constexpr int kMostUsedPagesToRewrite = 64;
@@ -33,7 +32,6 @@ void StoreUpkeep::wrote() {
   const int frames = database_.logFrames();
   if (frames < framesAtLastPass_) framesAtLastPass_ = 0;  // the log was begun anew
   if (frames - framesAtLastPass_ >= kLogFramesPerPass) request();
-  if (frames >= kLogFramesLimit) database_.checkpoint(base::Sqlite::Checkpoint::restart);
 }
 
 void StoreUpkeep::request() {
@@ -64,11 +62,11 @@ void StoreUpkeep::tidy() {
   if (isWorthIt) pass(Occasion::quiet);
 }
 
-base::Closure StoreUpkeep::relief() {
+base::Closure StoreUpkeep::relief(int threshold) {
   queue_.assertCurrent();
   const int frames = database_.logFrames();
   const bool isDue = frames - framesAtLastPass_ >= kLogFramesPerPass;
-  if (frames < kFramesToAskForRelief || !isDue) return nullptr;
+  if (frames < threshold || !isDue) return nullptr;
   return weakly(scope_, [this] { pass(Occasion::busy); });
 }
 

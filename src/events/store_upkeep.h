@@ -7,7 +7,7 @@
 // the next insert would pay, so that is done here too, in a turn on the store's queue. A writer
 // that never pauses never lets a copy catch up; then the log grows up to kMostLogFrames and is
 // begun anew in a longer turn. Whoever removes rows in bulk is asked to copy, and thereby to slow
-// down, before that.
+// down, before that; whoever inserts, far beyond it.
 //
 // Appending to a file that grows costs an insert a third more than writing over what is there, so
 // the log's file keeps its size while it is in use. When things have been quiet for a while it is
@@ -33,8 +33,9 @@ class StoreUpkeep {
   /// Pages of 4 KiB; an insert appends about five. Fewer, longer passes disturb fewer inserts.
   static constexpr int kLogFramesPerPass = 4000;
   static constexpr int kMostLogFrames = 16000;
-  /// Inserts that stay faster than the disk for seconds wait for it from here on.
-  static constexpr int kLogFramesLimit = 32000;
+  static constexpr int kFramesToSlowRemovals = 8000;
+  /// Only inserts that stay faster than the disk for long get there.
+  static constexpr int kFramesToSlowInserts = 32000;
 
   /// `database` is used only on `queue`.
   StoreUpkeep(std::string path, std::string vfs, base::Executor& background,
@@ -48,15 +49,18 @@ class StoreUpkeep {
   void wrote();
   /// After rows were removed, on the queue.
   void removedRows();
-  /// On the queue: work for the caller to do off the queue before it removes more, or nothing. The
-  /// work waits for the disk; it does nothing once upkeep has ended.
-  base::Closure relief();
+  /// On the queue: a pass for the caller to make itself, off the queue, where the log has grown too
+  /// far ahead of upkeep for more of the same; mostly nothing. It waits for the disk, and does
+  /// nothing once upkeep has ended.
+  base::Closure reliefAfterRemoval() { return relief(kFramesToSlowRemovals); }
+  base::Closure reliefAfterInsert() { return relief(kFramesToSlowInserts); }
   /// A pass soon, on the queue: where the disk is full, the log may be made reusable.
   void request();
 
  private:
   enum class Occasion : std::uint8_t { busy, quiet };
 
+  base::Closure relief(int threshold);
   void postTidy();
   void tidy();
   void pass(Occasion occasion);

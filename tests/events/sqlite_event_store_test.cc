@@ -174,7 +174,7 @@ TEST_F(SqliteEventStoreTest, TheLogIsBoundedEvenWhereUpkeepNeverRuns) {
   const std::string filler(400'000, ' ');
   for (const std::string& id : numbered("E", 500)) store->insert(event(id, filler));
   EXPECT_LE(std::filesystem::file_size(path_ + "-wal"),
-            4120u * (StoreUpkeep::kLogFramesLimit + 200));
+            4120u * (StoreUpkeep::kFramesToSlowInserts + 200));
   EXPECT_EQ(store->health().failedInserts, 0u);
 }
 
