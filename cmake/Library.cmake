@@ -17,6 +17,10 @@ set(ZARN_LINK_LIBRARIES Threads::Threads OpenSSL::Crypto CURL::libcurl SQLite::S
 target_link_libraries(Zarn PRIVATE ${ZARN_LINK_LIBRARIES})
 set_target_properties(Zarn PROPERTIES OUTPUT_NAME zarn VERSION ${PROJECT_VERSION}
                                       SOVERSION ${PROJECT_VERSION_MAJOR}.${PROJECT_VERSION_MINOR})
+if(BUILD_SHARED_LIBS)
+  # Unloading it would leave its threads without code.
+  target_link_options(Zarn PRIVATE -Wl,-z,nodelete)
+endif()
 
 install(TARGETS Zarn EXPORT ZarnTargets)
 install(DIRECTORY include/zarn DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})

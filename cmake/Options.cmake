@@ -7,6 +7,7 @@ option(ZARN_BUILD_BENCHMARKS "Build the benchmarks where Google Benchmark is fou
 option(ZARN_BUILD_COLLECTOR "Build the development collector where cpp-httplib is found" ${PROJECT_IS_TOP_LEVEL})
 option(ZARN_BUILD_EXAMPLES "Build the example hosts" ${PROJECT_IS_TOP_LEVEL})
 option(ZARN_BUILD_FUZZERS "Build the fuzzers (clang only)" OFF)
+option(ZARN_UNITY_BUILD "Compile the library's sources several at a time" OFF)
 set(ZARN_SANITIZE "" CACHE STRING "Sanitizers, such as address,undefined or thread")
 set(ZARN_PRODUCTION_ENDPOINT "https://ingest.zarn.example" CACHE STRING "Server of the environment production")
 set(ZARN_DEVELOPMENT_ENDPOINT "https://ingest-dev.zarn.example" CACHE STRING "Server of the environment development")

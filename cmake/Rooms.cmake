@@ -10,6 +10,7 @@ function(zarn_room name)
   target_include_directories(zarn_${name} PRIVATE ${PROJECT_SOURCE_DIR}/src ${PROJECT_SOURCE_DIR}/include)
   target_link_libraries(zarn_${name} PRIVATE zarn_flags)
   set_target_properties(zarn_${name} PROPERTIES CXX_VISIBILITY_PRESET hidden
-                                                VISIBILITY_INLINES_HIDDEN ON)
+                                                VISIBILITY_INLINES_HIDDEN ON
+                                                UNITY_BUILD ${ZARN_UNITY_BUILD})
   set_property(GLOBAL APPEND PROPERTY ZARN_ROOMS zarn_${name})
 endfunction()

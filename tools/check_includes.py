@@ -22,7 +22,7 @@ SIDEWAYS = {"structure": {"redaction"}}
 # Libraries that one place hides from the rest of the house.
 HIDDEN = {
     "rapidjson/": "src/base/",
-    "pcre2.h": "src/redaction/",
+    "pcre2.h": ("src/base/", "src/redaction/"),
     "curl/": "backends/desktop/",
     "openssl/": "backends/desktop/",
     "linux/": "backends/desktop/",

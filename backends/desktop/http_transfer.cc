@@ -34,8 +34,12 @@ void setProtocols(CURL* easy) {
 }  // namespace
 
 HttpTransfer::HttpTransfer(platform::HttpTaskId id, platform::HttpRequest request,
-                           base::SerialQueue& queue, platform::HttpClient::Completion completion)
-    : id_(id), request_(std::move(request)), queue_(queue), completion_(std::move(completion)) {}
+                           const base::SerialQueue& queue,
+                           platform::HttpClient::Completion completion)
+    : id_(id),
+      request_(std::move(request)),
+      queue_(queue.poster()),
+      completion_(std::move(completion)) {}
 
 std::optional<platform::HttpFailure> HttpTransfer::check() {
   for (const auto& [name, value] : request_.headers) {

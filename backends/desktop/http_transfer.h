@@ -24,8 +24,8 @@ using EasyHandle = std::unique_ptr<CURL, CurlDeleter>;
 
 class HttpTransfer {
  public:
-  HttpTransfer(platform::HttpTaskId id, platform::HttpRequest request, base::SerialQueue& queue,
-               platform::HttpClient::Completion completion);
+  HttpTransfer(platform::HttpTaskId id, platform::HttpRequest request,
+               const base::SerialQueue& queue, platform::HttpClient::Completion completion);
   HttpTransfer(const HttpTransfer&) = delete;
   HttpTransfer& operator=(const HttpTransfer&) = delete;
 
@@ -57,7 +57,7 @@ class HttpTransfer {
 
   const platform::HttpTaskId id_;
   const platform::HttpRequest request_;
-  base::SerialQueue& queue_;
+  const base::SerialQueue::Poster queue_;
   platform::HttpClient::Completion completion_;
 
   std::unique_ptr<CURLU, CurlDeleter> url_;

@@ -13,8 +13,8 @@ namespace zarn::base {
 /// Delays run on the monotonic clock.
 using Duration = std::chrono::nanoseconds;
 
-/// Whole and fractional seconds as the duration every executor takes. What is no number is zero; what no
-/// duration can hold becomes the longest one, some 280 years.
+/// Whole and fractional seconds as the duration every executor takes. What is no number is zero;
+/// what no duration can hold becomes the longest one, some 280 years.
 constexpr Duration seconds(double value) {
   constexpr double kMost = 9e9;
   if (!(value > -kMost)) value = value < 0 ? -kMost : 0;

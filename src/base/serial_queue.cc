@@ -257,6 +257,14 @@ WorkItem SerialQueue::asyncAfter(const std::shared_ptr<State>& state, Duration d
   return WorkItem(std::move(work));
 }
 
+SerialQueue::Poster SerialQueue::poster() const {
+  return Poster(state_);
+}
+
+void SerialQueue::Poster::async(Closure item) const {
+  if (const auto state = state_.lock()) state->add(std::move(item));
+}
+
 bool SerialQueue::isCurrent() const {
   return findFrame(state_.get()) != nullptr;
 }

@@ -56,6 +56,10 @@ class ZARN_CAPABILITY("serial queue") SerialQueue {
   /// Runs `item` on the queue after `delay`, unless the returned handle is cancelled or dies first.
   [[nodiscard]] WorkItem asyncAfter(Duration delay, Closure item);
 
+  /// A way to the queue for whoever may outlive it: items that come too late are dropped.
+  class Poster;
+  Poster poster() const;
+
   /// Whether the calling code runs on this queue.
   bool isCurrent() const;
 
@@ -81,6 +85,18 @@ class ZARN_CAPABILITY("serial queue") SerialQueue {
   static WorkItem asyncAfter(const std::shared_ptr<State>& state, Duration delay, Closure item);
 
   const std::shared_ptr<State> state_;
+};
+
+/// Cheap to copy. Any thread.
+class SerialQueue::Poster {
+ public:
+  void async(Closure item) const;
+
+ private:
+  friend class SerialQueue;
+  explicit Poster(std::weak_ptr<State> state) : state_(std::move(state)) {}
+
+  std::weak_ptr<State> state_;
 };
 
 }  // namespace zarn::base

@@ -45,11 +45,9 @@ events::StoreIdentity storeIdentity(const model::Configuration& configuration) {
 
 events::SqliteEventStore::Services storeServices(Pipeline& pipeline) {
   return {.files = pipeline.host.files,
-          .background = *pipeline.storeThread,
+          .background = *pipeline.background,
           .decode = model::readStoredEvent,
-          .report = [log = pipeline.log](std::string_view line) {
-            log.debug({line});
-          }};
+          .report = [log = pipeline.log](std::string_view line) { log.debug({line}); }};
 }
 
 }  // namespace
@@ -66,7 +64,7 @@ Pipeline::Pipeline(platform::Host& hostServices, const model::Configuration& con
       session(host.random),
       transport(host.http, host.clock, configuration, host.device.app(), log),
       context(host.device, remoteConfig, path),
-      storeThread(host.dispatch.makeThread("zarn.store")),
+      background(host.dispatch.makeThread("zarn.background")),
       ownStore(storeIdentity(configuration), storeServices(*this)),
       queue(transport, ownStore.store(), workQueue, host.random, configuration, log),
       piiFilter(host.names),
@@ -89,6 +87,7 @@ Pipeline::Pipeline(platform::Host& hostServices, const model::Configuration& con
                  .queue = queue},
                 log) {
   if (startedOptedOut) transport.stopSends();
+  background->post([] { redaction::PiiFilter::prepare(); });
   host.paths.start(controlQueue, [this](platform::NetworkPath now) {
     path.publish(std::make_shared<const platform::NetworkPath>(now));
   });

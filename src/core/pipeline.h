@@ -52,7 +52,7 @@ struct Pipeline {
   identity::FallbackSession session;
   events::Transport transport;
   events::EventContextSource context;
-  const std::unique_ptr<base::Executor> storeThread;  // for upkeep, which waits for the disk
+  const std::unique_ptr<base::Executor> background;  // for what waits or computes
   events::OwnStore ownStore;
   events::EventQueue queue;
 

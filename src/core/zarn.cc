@@ -28,8 +28,7 @@ void Zarn::configure(Text writeKey, ConfigurationOptions options) noexcept {
              HostCallKind::mayBlock);
 }
 
-void Zarn::configure(Text projectId, Text apiKey,
-                     ConfigurationOptions options) noexcept {
+void Zarn::configure(Text projectId, Text apiKey, ConfigurationOptions options) noexcept {
   publicCall([&] { sharedClient().configure(projectId, apiKey, std::move(options)); },
              HostCallKind::mayBlock);
 }

@@ -28,6 +28,20 @@ struct EventQueue::Waiter {
   }
 };
 
+class EventQueue::Promise {
+ public:
+  explicit Promise(std::shared_ptr<Waiter> waiter) : waiter_(std::move(waiter)) {}
+  ~Promise() { waiter_->answer(delivered_); }
+  Promise(const Promise&) = delete;
+  Promise& operator=(const Promise&) = delete;
+
+  void setDelivered(bool delivered) { delivered_ = delivered; }
+
+ private:
+  const std::shared_ptr<Waiter> waiter_;
+  bool delivered_ = false;
+};
+
 EventQueue::EventQueue(BatchSender& transport, EventStorage& store, base::SerialQueue& workQueue,
                        platform::Random& random, const model::Configuration& configuration,
                        platform::Log log)
@@ -112,10 +126,11 @@ bool EventQueue::flush(double timeoutSeconds) {
     if (buffer_.empty() && !isFlushing_) return true;
     if (isSuspended_ || isFlushing_) return false;
   }
-  auto flight = takeBatch(waiter);
+  auto flight = takeBatch(std::make_shared<Promise>(waiter));
   if (!flight) return false;
   workQueue_.async(base::weakly(
       scope_, [this, taken = std::move(*flight)]() mutable { send(std::move(taken)); }));
+  flight.reset();  // the promise belongs to the closure alone
   return waiter->wait(deadline);
 }
 
@@ -123,7 +138,7 @@ void EventQueue::flushOnWorkQueue() {
   if (auto flight = takeBatch(nullptr)) send(std::move(*flight));
 }
 
-std::optional<EventQueue::Flight> EventQueue::takeBatch(std::shared_ptr<Waiter> waiter) {
+std::optional<EventQueue::Flight> EventQueue::takeBatch(std::shared_ptr<Promise> promise) {
   base::MutexLock lock(lock_);
   flushRequested_ = false;
   if (isSuspended_ || isFlushing_ || buffer_.empty()) return std::nullopt;
@@ -132,7 +147,7 @@ std::optional<EventQueue::Flight> EventQueue::takeBatch(std::shared_ptr<Waiter> 
   buffer_.clear();
   isFlushing_ = true;
   pendingRetry_.cancel();
-  return Flight{std::move(events), discardGeneration_.current(), std::move(waiter)};
+  return Flight{std::move(events), discardGeneration_.current(), std::move(promise)};
 }
 
 void EventQueue::send(Flight flight) {
@@ -151,7 +166,9 @@ void EventQueue::answered(const Flight& flight, BatchOutcome outcome) {
   } else {
     failed(flight);
   }
-  if (flight.waiter) flight.waiter->answer(!std::holds_alternative<BatchFailed>(outcome));
+  if (flight.promise) {
+    flight.promise->setDelivered(!std::holds_alternative<BatchFailed>(outcome));
+  }
 }
 
 bool EventQueue::landLocked(const Flight& flight) {

@@ -77,18 +77,20 @@ class EventQueue {
   QueueHealth health() const;
 
  private:
-  /// The answer that a blocking flush waits for.
+  /// What a blocking flush waits for, and the promise to answer it: dropped without an answer, it
+  /// says that the batch was not delivered.
   struct Waiter;
+  class Promise;
   struct Flight {
     Batch batch;
     DiscardGeneration::Token generation;
-    std::shared_ptr<Waiter> waiter;
+    std::shared_ptr<Promise> promise;  // null for a flush that nobody waits for
   };
 
   void restore();
   void timerTicked();
   void flushOnWorkQueue();
-  std::optional<Flight> takeBatch(std::shared_ptr<Waiter> waiter);
+  std::optional<Flight> takeBatch(std::shared_ptr<Promise> promise);
   void send(Flight flight);
   void answered(const Flight& flight, BatchOutcome outcome);
   void failed(const Flight& flight);

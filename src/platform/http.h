@@ -50,7 +50,7 @@ class HttpClient {
   virtual ~HttpClient() = default;
 
   /// Begins a request. `completion` runs exactly once, on `queue`, never inside `start` or
-  /// `cancel`. `queue` must outlive the request.
+  /// `cancel`; not at all when the queue is gone by then.
   virtual HttpTaskId start(HttpRequest request, base::SerialQueue& queue,
                            Completion completion) = 0;
 

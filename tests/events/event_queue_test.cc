@@ -4,9 +4,10 @@
 
 #include <thread>
 
+#include "events/faulty_storage.h"
+#include "events/memory_storage.h"
 #include "support/fake_services.h"
 #include "support/manual_dispatch.h"
-#include "support/memory_storage.h"
 
 namespace zarn::events {
 namespace {
@@ -261,6 +262,22 @@ TEST_F(EventQueueTest, AServerPauseDiscardsAndSuspends) {
   queue().flush();
   dispatch_.advance(60.0);
   EXPECT_EQ(batchCount(), 1u);
+}
+
+TEST_F(EventQueueTest, ABrokenDiskLeavesItRunningInMemory) {
+  testing::FaultyStorage broken(storage_);
+  broken.failWrite(1, testing::FaultyStorage::Lasting::forever);
+  EventQueue inMemory(sender_, broken, workQueue_, random_, configuration_,
+                      platform::Log(log_, true));
+  inMemory.resume();
+  for (const char* id : {"a", "b", "c"}) {
+    EXPECT_TRUE(inMemory.enqueue(event(id), inMemory.currentDiscardGeneration()));
+  }
+  dispatch_.runUntilIdle();
+  EXPECT_EQ(sender_.sentIds(), (Ids{"a", "b", "c"}));
+  answerBatch(Outcome::accepted);
+  EXPECT_EQ(inMemory.health().bufferedEventCount, 0);
+  EXPECT_GE(broken.failedWrites(), 4);
 }
 
 TEST_F(EventQueueTest, BlockingFlushAnswersAtOnceWhereItCannotSend) {

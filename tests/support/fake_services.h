@@ -126,16 +126,16 @@ class FakePathMonitor final : public platform::PathMonitor {
  public:
   void start(base::SerialQueue& queue,
              std::function<void(platform::NetworkPath)> changed) override {
-    queue_ = &queue;
+    queue_ = queue.poster();
     changed_ = std::move(changed);
   }
-  void stop() override { queue_ = nullptr; }
+  void stop() override { queue_.reset(); }
   void report(platform::NetworkPath path) {
-    if (queue_ != nullptr) queue_->async([changed = changed_, path] { changed(path); });
+    if (queue_) queue_->async([changed = changed_, path] { changed(path); });
   }
 
  private:
-  base::SerialQueue* queue_ = nullptr;
+  std::optional<base::SerialQueue::Poster> queue_;
   std::function<void(platform::NetworkPath)> changed_;
 };
 

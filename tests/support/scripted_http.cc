@@ -15,7 +15,7 @@ platform::HttpTaskId ScriptedHttp::start(platform::HttpRequest request, base::Se
                                          Completion completion) {
   base::MutexLock lock(mutex_);
   urls_.push_back(request.url);
-  waiting_.push_back({++lastId_, std::move(request), &queue, std::move(completion)});
+  waiting_.push_back({++lastId_, std::move(request), queue.poster(), std::move(completion)});
   return lastId_;
 }
 
@@ -30,7 +30,7 @@ void ScriptedHttp::cancel(platform::HttpTaskId id) {
 
 // Only a posting of the answer happens here, so nothing of the code under test runs inside.
 void ScriptedHttp::finish(std::deque<Waiting>::iterator which, platform::HttpResult result) {
-  which->queue->async([completion = std::move(which->completion),
+  which->queue.async([completion = std::move(which->completion),
                        result = std::move(result)]() mutable { completion(std::move(result)); });
   waiting_.erase(which);
 }

@@ -41,7 +41,7 @@ class ScriptedHttp final : public platform::HttpClient {
   struct Waiting {
     platform::HttpTaskId id;
     platform::HttpRequest request;
-    base::SerialQueue* queue;
+    base::SerialQueue::Poster queue;
     Completion completion;
   };
   void finish(std::deque<Waiting>::iterator which, platform::HttpResult result)

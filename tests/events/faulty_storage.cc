@@ -1,4 +1,4 @@
-#include "support/faulty_storage.h"
+#include "events/faulty_storage.h"
 
 namespace zarn::testing {
 

@@ -1,0 +1,50 @@
+#include "null_sink.h"
+
+#include <chrono>
+#include <string_view>
+#include <thread>
+
+namespace zarn::bench {
+
+NullSink::NullSink() {
+  server_.answerBy([this](const testing::LoopbackRequest& request) { return answer(request); });
+}
+
+std::string NullSink::address() const {
+  std::string url = server_.url("");
+  while (url.ends_with('/')) url.pop_back();
+  return url;
+}
+
+testing::LoopbackAnswer NullSink::answer(const testing::LoopbackRequest& request) {
+  testing::LoopbackAnswer answer;
+  if (!request.path.ends_with("/batch")) {
+    answer.body = R"({"data_collection":{}})";
+    return answer;
+  }
+  constexpr std::string_view kId = "{\"event_id\":\"";
+  constexpr std::size_t kIdSize = 36;
+  answer.body = R"({"accepted_event_ids":[)";
+  std::uint64_t count = 0;
+  for (auto at = request.body.find(kId); at != std::string::npos;
+       at = request.body.find(kId, at + kId.size() + kIdSize)) {
+    if (count++ > 0) answer.body += ',';
+    answer.body += '"';
+    answer.body.append(request.body, at + kId.size(), kIdSize);
+    answer.body += '"';
+  }
+  answer.body += "]}";
+  accepted_ += count;
+  return answer;
+}
+
+bool NullSink::waitForAccepted(std::uint64_t count) const {
+  const auto deadline = std::chrono::steady_clock::now() + std::chrono::minutes(1);
+  while (accepted_ < count) {
+    if (std::chrono::steady_clock::now() > deadline) return false;
+    std::this_thread::sleep_for(std::chrono::microseconds(200));
+  }
+  return true;
+}
+
+}  // namespace zarn::bench
