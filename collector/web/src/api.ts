@@ -1,0 +1,65 @@
+// Asks the collector.
+
+import { parseExactly } from './json';
+import type {
+  BatchDetails,
+  BatchRow,
+  CallRow,
+  Counts,
+  EventPage,
+  EventRow,
+  Filter,
+  State,
+  Switches,
+  Timeline,
+} from './types';
+
+const root = '/api/collector/';
+
+export class ApiError extends Error {}
+
+async function ask<T>(method: string, path: string, body?: unknown): Promise<T> {
+  const request: RequestInit = { method };
+  if (body !== undefined) {
+    request.body = JSON.stringify(body);
+    request.headers = { 'Content-Type': 'application/json' };
+  }
+  const response = await fetch(root + path, request);
+  const answer = parseExactly(await response.text()) as T & { message?: string };
+  if (!response.ok) throw new ApiError(answer.message ?? `status ${response.status}`);
+  return answer;
+}
+
+function query(parameters: Record<string, string | number | boolean | undefined>): string {
+  const used = new URLSearchParams();
+  for (const [name, value] of Object.entries(parameters)) {
+    if (value !== undefined && value !== '') used.set(name, String(value));
+  }
+  const text = used.toString();
+  return text === '' ? '' : `?${text}`;
+}
+
+function filterParameters(filter: Filter): Record<string, string | undefined> {
+  const { text, type, name, user, session, invalid } = filter;
+  return { text, type, name, user, session, valid: invalid ? 'false' : undefined };
+}
+
+export const api = {
+  state: () => ask<State>('GET', 'state'),
+  counts: () => ask<Counts>('GET', 'counts'),
+  timeline: (span: number) => ask<Timeline>('GET', `timeline${query({ span })}`),
+  events: (filter: Filter, page: { before?: number; limit: number }) =>
+    ask<EventPage>('GET', `events${query({ ...filterParameters(filter), ...page })}`),
+  event: (id: string) => ask<EventRow>('GET', `events/${encodeURIComponent(id)}`),
+  batches: (page: { before?: number; limit: number }) =>
+    ask<{ batches: BatchRow[]; next: number | null }>('GET', `batches${query(page)}`),
+  batch: (id: number) => ask<BatchDetails>('GET', `batches/${id}`),
+  calls: () => ask<{ calls: CallRow[] }>('GET', 'calls'),
+  switches: () => ask<Switches>('GET', 'faults'),
+  addFault: (fault: Record<string, unknown>) => ask<Switches>('POST', 'faults', fault),
+  removeFault: (id: number) => ask<Switches>('DELETE', `faults/${id}`),
+  clearFaults: () => ask<Switches>('DELETE', 'faults'),
+  pause: (reason: string) => ask<Switches>('POST', 'pause', { reason }),
+  resume: () => ask<Switches>('POST', 'resume'),
+  reset: () => ask<unknown>('POST', 'reset'),
+};

@@ -1,0 +1,110 @@
+// The frame around the views: where one is, whether the feed is live, and what is switched on.
+
+import './style/base.css';
+import './style/events.css';
+import './style/inspector.css';
+import './style/requests.css';
+
+import { api } from './api';
+import { h, icon } from './dom';
+import { count } from './format';
+import markUrl from './icon.svg';
+import { connect, on, onConnection } from './live';
+import { batchesView } from './views/batches';
+import { eventsView } from './views/events';
+import { iconButton, paths } from './views/parts';
+import { switchesView } from './views/switches';
+
+const pages: [string, string, () => HTMLElement][] = [
+  ['events', 'Events', eventsView],
+  ['batches', 'Batches', batchesView],
+  ['faults', 'Faults', switchesView],
+];
+
+function themeButton(): HTMLElement {
+  const kept = localStorage.getItem('theme');
+  if (kept) document.documentElement.dataset['theme'] = kept;
+  return iconButton(paths.moon, 'Light or dark', () => {
+    const isDark =
+      document.documentElement.dataset['theme'] === 'dark' ||
+      (!document.documentElement.dataset['theme'] && matchMedia('(prefers-color-scheme: dark)').matches);
+    const theme = isDark ? 'light' : 'dark';
+    document.documentElement.dataset['theme'] = theme;
+    localStorage.setItem('theme', theme);
+  });
+}
+
+function resetButton(): HTMLElement {
+  return iconButton(paths.trash, 'Forget everything', () => {
+    if (confirm('Forget all events and requests that have arrived?')) void api.reset();
+  });
+}
+
+function connectionState(): HTMLElement {
+  const text = h('span', {}, 'connecting');
+  const element = h('span', { class: 'live', role: 'status' }, h('span', { class: 'dot' }), text);
+  onConnection((connected) => {
+    element.classList.toggle('is-live', connected);
+    text.textContent = connected ? 'live' : 'not connected';
+  });
+  return element;
+}
+
+// Faults that were forgotten cost hours: they are told on every page.
+function banner(): HTMLElement {
+  const element = h('a', { class: 'banner', href: '#/faults', hidden: true });
+  const load = async () => {
+    const switches = await api.switches().catch(() => null);
+    if (!switches) return;
+    const active = switches.faults.filter((fault) => fault.active).length;
+    const parts = [
+      switches.paused ? `Paused${switches.paused_reason ? `: ${switches.paused_reason}` : ''}` : '',
+      active > 0 ? `${count(active, 'fault')} switched on` : '',
+    ];
+    element.hidden = !switches.paused && active === 0;
+    element.replaceChildren(icon(paths.warning), parts.filter(Boolean).join(' · '));
+  };
+  for (const event of ['faults', 'open', 'batch', 'call'] as const) on(event, () => void load());
+  return element;
+}
+
+function start(): void {
+  const outlet = h('main', {});
+  const tabs = pages.map(([page, label]) => h('a', { href: `#/${page}` }, label));
+  const made = new Map<string, HTMLElement>();
+  const show = () => {
+    const wanted = location.hash.slice(2).split('?')[0];
+    const [page, , make] = pages.find(([name]) => name === wanted) ?? (pages[0] as (typeof pages)[number]);
+    const view = made.get(page) ?? make();
+    made.set(page, view);
+    outlet.replaceChildren(view);
+    tabs.forEach((tab) =>
+      tab.setAttribute('aria-current', tab.getAttribute('href') === `#/${page}` ? 'page' : 'false'),
+    );
+  };
+  document
+    .getElementById('app')
+    ?.append(
+      h(
+        'header',
+        { class: 'top' },
+        h(
+          'a',
+          { class: 'brand', href: '#/events' },
+          h('img', { src: markUrl, alt: '', width: 26, height: 26 }),
+          h('span', {}, 'Zarn', h('em', {}, ' collector')),
+        ),
+        h('nav', { 'aria-label': 'Views' }, ...tabs),
+        connectionState(),
+        resetButton(),
+        themeButton(),
+      ),
+      banner(),
+      outlet,
+    );
+  window.addEventListener('hashchange', show);
+  show();
+  connect();
+}
+
+start();

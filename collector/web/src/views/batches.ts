@@ -1,0 +1,257 @@
+// The requests, and what each was answered.
+
+import { api } from '../api';
+import { h, throttled } from '../dom';
+import { bytes, clock, count, dateAndClock } from '../format';
+import { on } from '../live';
+import type { BatchDetails, BatchItem, BatchRow, CallRow } from '../types';
+import { jsonView } from './json_view';
+import { badge, emptyState, failure, problemList, tone } from './parts';
+
+function statusBadge(status: number): HTMLElement {
+  if (status === 0) return badge('no answer', 'warn');
+  return badge(String(status), status < 300 ? 'good' : status < 500 && status !== 429 ? 'bad' : 'warn');
+}
+
+// Shares of a batch that were accepted, and that were not, by reason.
+function outcomeBar(row: BatchRow, isFull = false): HTMLElement {
+  const silent = row.events - row.accepted - row.permanent - row.transient;
+  const shares: [number, string, string][] = [
+    [row.accepted, 'good', 'accepted'],
+    [row.transient, 'warn', 'transient'],
+    [row.permanent, 'bad', 'permanent'],
+    [silent, 'muted', 'not acknowledged'],
+  ];
+  const used = shares.filter(([events]) => events > 0);
+  const brief =
+    row.accepted === row.events
+      ? 'all accepted'
+      : row.accepted > 0
+        ? `${row.accepted} of ${row.events} accepted`
+        : 'none accepted';
+  const text = used.map(([events, , word]) => `${events} ${word}`).join(', ') || 'no events';
+  return h(
+    'div',
+    { class: 'outcome', title: text },
+    h(
+      'div',
+      { class: 'outcome-bar', role: 'img', 'aria-label': text },
+      ...used.map(([events, hue]) => h('span', { class: `fill-${hue}`, style: `flex:${events}` })),
+    ),
+    h('span', { class: 'outcome-text' }, row.events === 0 ? 'no events' : isFull ? text : brief),
+  );
+}
+
+const causeText = (cause: string): string =>
+  cause === 'refused' || cause === 'paused' ? cause : `fault: ${cause}`;
+
+function batchRow(row: BatchRow, open: () => void): HTMLElement {
+  const notes = [
+    row.cause ? badge(causeText(row.cause), tone(row.cause)) : null,
+    row.duplicates > 0 ? badge(count(row.duplicates, 'duplicate'), 'muted') : null,
+    row.conflicts > 0 ? badge(count(row.conflicts, 'conflict'), 'bad') : null,
+    row.invalid > 0 ? badge(`${row.invalid} invalid`, 'bad') : null,
+    row.problems.length > 0 ? badge(count(row.problems.length, 'problem'), 'warn') : null,
+  ];
+  return h(
+    'div',
+    {
+      class: 'batch',
+      role: 'option',
+      tabindex: '0',
+      'data-batch': row.id,
+      onclick: open,
+      onkeydown: (key: KeyboardEvent) => key.key === 'Enter' && open(),
+    },
+    h('span', { class: 'mono batch-id' }, `#${row.id}`),
+    h('time', { class: 'mono' }, clock(row.received_at, true)),
+    statusBadge(row.status),
+    h('span', { class: 'batch-size' }, `${count(row.events, 'event')} · ${bytes(row.bytes)}`),
+    outcomeBar(row),
+    h('span', { class: 'notes' }, ...notes),
+  );
+}
+
+function itemRow([id, fate, verdict, problems]: BatchItem): HTMLElement {
+  const inspect = () => {
+    location.hash = '#/events';
+    window.dispatchEvent(new CustomEvent('inspect', { detail: id }));
+  };
+  const label =
+    id === ''
+      ? h('span', { class: 'none' }, 'no id')
+      : fate === 'withheld'
+        ? h('span', { class: 'mono' }, id)
+        : h('button', { type: 'button', class: 'link mono', onclick: inspect }, id);
+  return h(
+    'li',
+    {},
+    label,
+    h(
+      'span',
+      { class: 'notes' },
+      badge(fate, tone(fate)),
+      badge(verdict ?? 'not acknowledged', tone(verdict)),
+      problems.length > 0 ? badge('invalid', 'bad') : null,
+    ),
+  );
+}
+
+function batchDetails(batch: BatchDetails): HTMLElement {
+  const fact = (label: string, value: string | undefined) =>
+    value ? h('div', { class: 'fact' }, h('dt', {}, label), h('dd', { class: 'mono' }, value)) : null;
+  return h(
+    'article',
+    { class: 'inspector', 'aria-label': `Batch ${batch.id}` },
+    h(
+      'header',
+      { class: 'inspector-head' },
+      h('div', { class: 'grow' }, h('h2', {}, `Batch ${batch.id}`), outcomeBar(batch, true)),
+      statusBadge(batch.status),
+    ),
+    batch.problems.length > 0
+      ? h(
+          'section',
+          { class: 'callout' },
+          h('strong', {}, 'Problems of the request'),
+          problemList(batch.problems),
+        )
+      : null,
+    h(
+      'dl',
+      { class: 'facts' },
+      fact('Arrived', dateAndClock(batch.received_at)),
+      fact('Sent', batch.sent_at),
+      fact('Project', batch.project_id),
+      fact('Environment', batch.environment),
+      fact('App', [batch.bundle_id, batch.app_version].filter(Boolean).join(' ')),
+      fact('Library', batch.sdk_version),
+      fact('Release', batch.release_id),
+    ),
+    h('h3', {}, 'Events'),
+    batch.items.length > 0
+      ? h('ul', { class: 'items' }, ...batch.items.slice(0, 500).map(itemRow))
+      : h('p', { class: 'none' }, 'None.'),
+    h('h3', {}, 'Answer'),
+    batch.response === ''
+      ? h(
+          'p',
+          { class: 'none' },
+          batch.status === 0 ? 'The connection was closed without one.' : 'An empty body.',
+        )
+      : jsonView(batch.response),
+    h('h3', {}, 'Envelope'),
+    jsonView(batch.envelope),
+  );
+}
+
+function callRow(call: CallRow): HTMLElement {
+  return h(
+    'details',
+    { class: 'call' },
+    h(
+      'summary',
+      {},
+      h('time', { class: 'mono' }, clock(call.received_at, true)),
+      h('strong', {}, call.endpoint),
+      statusBadge(call.status),
+      h(
+        'span',
+        { class: 'notes' },
+        call.cause ? badge(causeText(call.cause), tone(call.cause)) : null,
+        call.problems.length > 0 ? badge(count(call.problems.length, 'problem'), 'warn') : null,
+      ),
+    ),
+    call.problems.length > 0 ? problemList(call.problems) : null,
+    h('h3', {}, 'Request'),
+    jsonView(call.request),
+    h('h3', {}, 'Answer'),
+    jsonView(call.response),
+  );
+}
+
+export function batchesView(): HTMLElement {
+  let limit = 60;
+  let turn = 0;
+  const list = h('div', { class: 'batch-list', role: 'listbox', 'aria-label': 'Batches' });
+  const older = h('button', { type: 'button', class: 'quiet older', hidden: true }, 'Load older batches');
+  const detail = h(
+    'aside',
+    { class: 'card detail' },
+    emptyState('No batch selected', 'Pick one to see every acknowledgement.'),
+  );
+  const calls = h('div', { class: 'calls' });
+  const view = h('div', { class: 'batches' });
+
+  const open = async (id: number) => {
+    const batch = await api.batch(id).catch(() => null);
+    if (!batch) return;
+    view.classList.add('inspecting');
+    for (const each of list.children)
+      each.setAttribute('aria-selected', String(each.getAttribute('data-batch') === String(id)));
+    detail.replaceChildren(
+      h(
+        'button',
+        { type: 'button', class: 'quiet only-narrow', onclick: () => view.classList.remove('inspecting') },
+        '← All batches',
+      ),
+      batchDetails(batch),
+    );
+    detail.dataset['batch'] = String(id);
+    detail.scrollTop = 0;
+  };
+  const load = async () => {
+    const mine = ++turn;
+    try {
+      const [page, other] = await Promise.all([api.batches({ limit }), api.calls()]);
+      if (mine !== turn) return;
+      older.hidden = page.next === null;
+      list.replaceChildren(...page.batches.map((row) => batchRow(row, () => void open(row.id))));
+      for (const each of list.children)
+        each.setAttribute(
+          'aria-selected',
+          String(each.getAttribute('data-batch') === detail.dataset['batch']),
+        );
+      if (page.batches.length === 0)
+        list.append(
+          emptyState(
+            'No batch yet',
+            'A host sends its events in batches. Each one, and what it was answered, is listed here.',
+          ),
+        );
+      const isOpen = calls.querySelector('details[open]') !== null;
+      if (!isOpen)
+        calls.replaceChildren(
+          ...(other.calls.length > 0 ? other.calls.map(callRow) : [h('p', { class: 'none' }, 'None yet.')]),
+        );
+    } catch (error) {
+      list.replaceChildren(failure(error));
+    }
+  };
+  older.addEventListener('click', () => {
+    limit = Math.min(limit * 2, 2000);
+    void load();
+  });
+  const refresh = throttled(400, load);
+  for (const event of ['batch', 'call', 'open', 'reset', 'lagged'] as const) on(event, refresh);
+  refresh();
+  view.append(
+    h(
+      'div',
+      { class: 'split' },
+      h(
+        'section',
+        { class: 'card list' },
+        h(
+          'div',
+          { class: 'scroller' },
+          list,
+          older,
+          h('div', { class: 'calls-part' }, h('h3', {}, 'Start-up and configuration requests'), calls),
+        ),
+      ),
+      detail,
+    ),
+  );
+  return view;
+}
