@@ -34,6 +34,9 @@ endif()
 if(ZARN_SANITIZE)
   add_compile_options(-fsanitize=${ZARN_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
   add_link_options(-fsanitize=${ZARN_SANITIZE})
+  if(CMAKE_CXX_COMPILER_ID MATCHES Clang)
+    add_compile_options(-fsanitize-ignorelist=${CMAKE_CURRENT_LIST_DIR}/sanitizer_ignore.txt)
+  endif()
 endif()
 
 # Everything of ours is built with these.
