@@ -14,8 +14,8 @@ constexpr int kCopiesPerPass = 3;
 /// Rewriting costs what the used pages cost, in one turn on the queue: about a millisecond.
 constexpr const char* kCutLogTo4MiB = "PRAGMA journal_size_limit=4194304;";
 constexpr const char* kKeepLogSize = "PRAGMA journal_size_limit=-1;";
-constexpr int kMostUsedPagesToRewrite = 64;
-constexpr int kFreePagesWorthRewriting = 256;
+constexpr int kMostUsedPagesToRewrite = 256;
+constexpr int kFreePagesWorthRewriting = 512;
 
 }  // namespace
 

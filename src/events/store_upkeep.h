@@ -30,7 +30,7 @@ namespace zarn::events {
 
 class StoreUpkeep {
  public:
-  /// Pages of 4 KiB; an insert appends about five. Fewer, longer passes disturb fewer inserts.
+  /// Pages of 1 KiB; an insert appends about five. Fewer, longer passes disturb fewer inserts.
   static constexpr int kLogFramesPerPass = 4000;
   static constexpr int kMostLogFrames = 16000;
   static constexpr int kFramesToSlowRemovals = 8000;
