@@ -174,7 +174,7 @@ TEST_F(SqliteEventStoreTest, TheLogIsBoundedEvenWhereUpkeepNeverRuns) {
   const std::string filler(400'000, ' ');
   for (const std::string& id : numbered("E", 500)) store->insert(event(id, filler));
   EXPECT_LE(std::filesystem::file_size(path_ + "-wal"),
-            1048u * (StoreUpkeep::kFramesToSlowInserts + 200));
+            1048u * (StoreUpkeep::kFramesToSlowInserts + 500));
   EXPECT_EQ(store->health().failedInserts, 0u);
 }
 
