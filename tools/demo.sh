@@ -22,6 +22,7 @@ trap cleanup EXIT
 trap 'exit ${outcome:-130}' INT TERM
 
 start_collector() {
+  : >"$data/collector.log"  # it is looked at before the collector has opened it
   "$programs/collector/zarn-collector" --port 0 --data "$data/collector" \
     >"$data/collector.log" 2>&1 &
   collector=$!
