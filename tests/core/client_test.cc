@@ -218,6 +218,48 @@ TEST_F(ClientTest, APauseDropsEverythingAndTakesNothing) {
   EXPECT_EQ(batches(), 1) << "nothing was left to send";
 }
 
+// A boundary that comes while an event is being admitted: after the first look at the gates, or
+// after the picture was taken and before the queue has the event. The event must be gone in the
+// end.
+TEST_F(ClientTest, ABoundaryInTheMidstOfAnAdmissionWins) {
+  const auto pauses = [&] {
+    host_.http.answer("/batch", 200, R"({"paused":true})");
+    settle();
+  };
+  const auto optsOut = [&] { host_.defaults.set("zarn_opt_out", true); };
+  enum class Moment { afterTheFirstLook, beforeTheQueue };
+  const std::pair<Moment, std::function<void()>> cases[] = {
+      {Moment::afterTheFirstLook, pauses},
+      {Moment::afterTheFirstLook, optsOut},
+      {Moment::beforeTheQueue, pauses},
+  };
+  for (const auto& [moment, boundary] : cases) {
+    host_.defaults.remove("zarn_opt_out");
+    {
+      TestClient client(host_);
+      client.run();
+      for (const char* name : {"one", "two", "three"}) client->track(name, {});
+      settle();
+      if (moment == Moment::afterTheFirstLook) {
+        host_.defaults.afterRead = boundary;
+      } else {
+        host_.random.beforeFill = boundary;
+      }
+      client->track("late", {});
+      if (host_.http.waitingCount() > 0) {
+        client.acceptWaiting();
+      }
+    }
+    host_.defaults.remove("zarn_opt_out");
+    const int before = batches();
+    TestClient relaunched(host_);
+    relaunched.run();
+    relaunched->flush();
+    settle();
+    EXPECT_EQ(batches(), before);
+  }
+}
+
 TEST_F(ClientTest, AnOptOutBeforeTheLaunchKeepsItSilentAndEmptiesTheDisk) {
   {
     TestClient client(host_);

@@ -81,6 +81,9 @@ class TestClient {
   void deliver() {
     client_.flush();
     host_.dispatch.runUntilIdle();
+    acceptWaiting();
+  }
+  void acceptWaiting() {
     std::string ids;
     for (const auto& event : waitingEvents()) {
       if (!ids.empty()) ids += ',';

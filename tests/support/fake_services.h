@@ -3,9 +3,11 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <optional>
 #include <string>
+#include <utility>
 #include <variant>
 #include <vector>
 
@@ -24,7 +26,11 @@ namespace zarn::testing {
 /// otherwise, so that jitter is none.
 class FakeRandom final : public platform::Random {
  public:
+  /// Called once, before the next bytes are given: a place to let something come in between.
+  std::function<void()> beforeFill;
+
   void fill(std::span<std::uint8_t> bytes) override {
+    if (auto hook = std::exchange(beforeFill, nullptr)) hook();
     base::MutexLock lock(mutex_);
     for (auto& byte : bytes) {
       state_ = state_ * 6364136223846793005u + 1442695040888963407u;
@@ -41,7 +47,14 @@ class FakeRandom final : public platform::Random {
 
 class FakeDefaults final : public platform::Defaults {
  public:
-  std::optional<bool> getBool(std::string_view key) override { return get<bool>(key); }
+  /// Called once, after the next Boolean has been read.
+  std::function<void()> afterRead;
+
+  std::optional<bool> getBool(std::string_view key) override {
+    const auto value = get<bool>(key);
+    if (auto hook = std::exchange(afterRead, nullptr)) hook();
+    return value;
+  }
   std::optional<double> getDouble(std::string_view key) override { return get<double>(key); }
   std::optional<std::string> getString(std::string_view key) override {
     return get<std::string>(key);
