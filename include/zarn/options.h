@@ -30,14 +30,15 @@ struct ConfigurationOptions {
   double pushAttributionWindowSeconds = 86400;
   /// A stay in the background longer than this ends the session. Seconds.
   double sessionTimeout = 1800;
-  /// How often waiting events are sent. Seconds, above 0.
+  /// How often waiting events are sent. Seconds; less than 0.1 counts as 0.1.
   double flushInterval = 30;
   /// How many waiting events are sent at once without waiting for the interval. At least 1.
   int flushAt = 20;
   /// How many undelivered events are kept; beyond it the oldest is dropped. At least 1.
   int maxBufferSize = 1000;
 
-  /// Base URL of the server, without a slash at the end. Absent: the endpoint of `environment`.
+  /// Base URL of the server. Absent: the endpoint of `environment`. Text that forms no web address
+  /// is replaced by the production endpoint, with a line in the debug log.
   std::optional<std::string> apiHost = std::nullopt;
   /// Prints what the library does to standard error, in lines that begin with "[Zarn".
   bool debug = false;
@@ -54,15 +55,20 @@ struct ConfigurationOptions {
   std::optional<bool> replayStructuralEnabled = std::nullopt;
   std::optional<bool> replayTileCaptureEnabled = std::nullopt;
   std::optional<bool> replayOcrEnabled = std::nullopt;
-  /// Share of sessions that are recorded, 0.0 to 1.0.
+  /// Share of sessions that are recorded, 0.0 to 1.0; what lies outside counts as the nearer end,
+  /// and what is no number as 0.
   double replaySampleRate = 1.0;
+  /// Whether replay also records while the device is on a cellular network.
   bool replayCaptureOnCellular = false;
 
-  /// Links.
+  /// Whether a deep link opens its target by itself.
   bool deepLinkAutoOpen = true;
+  /// Hosts whose web links count as deep links of this app, besides those that the server names.
   std::vector<std::string> universalLinkHosts = {};
+  /// Whether the first launch may look for a link on the clipboard.
   bool deferredClipboardMatchEnabled = false;
 
+  /// Whether the first launch reports the store's receipt.
   bool installReceiptValidationEnabled = true;
 };
 

@@ -14,8 +14,8 @@ ZARN_NAMESPACE_BEGIN
 class Text {
  public:
   template <typename T>
-    requires std::convertible_to<const T&, std::string_view>
-  Text(const T& text) : view_(read(text)) {}  // NOLINT: callers pass text, not a Text
+  requires std::convertible_to<const T&, std::string_view> Text(const T& text)
+      : view_(read(text)) {}  // NOLINT: callers pass text, not a Text
 
   operator std::string_view() const { return view_; }  // NOLINT: it is text
 

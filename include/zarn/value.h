@@ -142,8 +142,8 @@ concept ValueSource = !std::same_as<T, Value> && (isOptional<T> || Simple<T>);
 /// any type for which `to_string` is found beside it. Text need not be valid UTF-8: what is not is
 /// replaced when it is sent. A null `const char*` is null; other pointers and single characters are
 /// no values, and neither is a list in braces: spell nested values Array{...} and Properties{...}.
-/// Integers above the signed 64-bit range become their decimal text. An Array or Properties around
-/// 64 levels of others becomes the text "[nested too deeply]".
+/// A double that is not finite is sent as null. Integers above the signed 64-bit range become their
+/// decimal text. An Array or Properties around 64 levels of others becomes "[nested too deeply]".
 class ZARN_API Value {
  public:
   Value() noexcept;

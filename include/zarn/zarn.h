@@ -8,7 +8,6 @@
 // fork the child's calls do nothing until it has executed another program.
 #pragma once
 
-
 #include "zarn/export.h"
 #include "zarn/options.h"
 #include "zarn/text.h"
@@ -28,11 +27,12 @@ class ZARN_API Zarn {
   /// other text is itself the project id, unless the options name one.
   static void configure(Text writeKey, ConfigurationOptions options = {}) noexcept;
   /// The same with project id and key apart.
-  static void configure(Text projectId, Text apiKey,
-                        ConfigurationOptions options = {}) noexcept;
+  static void configure(Text projectId, Text apiKey, ConfigurationOptions options = {}) noexcept;
 
-  /// Records that something happened. The event is durable when the call returns. Text in
-  /// `properties` passes the filter for personal data. Before configure: no effect.
+  /// Records that something happened. An accepted event survives the end of the process, however it
+  /// comes, once the call has returned, where the disk can be written; a power cut may take the
+  /// newest. Text in `properties` passes the filter for personal data. No effect before configure,
+  /// after an opt-out, while the server pauses the project or has switched such events off.
   static void track(Text name, const Properties& properties = {}) noexcept;
 
   /// Names the user of the events from now on. Blanks around the id are cut off; an empty id is
@@ -50,11 +50,13 @@ class ZARN_API Zarn {
 
   /// Sends what is waiting, in the background.
   static void flush() noexcept;
-  /// Sends what is waiting and blocks until the server has answered, or for `timeoutSeconds`. True
-  /// when the batch was answered or nothing was waiting; false on time-out, without a connection,
-  /// before the first answer of the server and while another batch is under way. Calling it on the
-  /// thread of the main queue ends the process with a message, since the app would freeze; with the
-  /// desktop backend that thread is the library's own, and every thread of the host may call.
+  /// Sends what is waiting and blocks until the server has answered, or for `timeoutSeconds` (none,
+  /// when it is zero, negative or no number). True when the batch was answered, and when nothing is
+  /// waiting or under way; false on time-out, without a connection, before configure, while another
+  /// batch is under way, and while the server's go-ahead is missing (before its first answer, in
+  /// recovery, in a pause, after an opt-out). Calling it on the thread of the main queue ends the
+  /// process with a message, since the app would freeze; with the desktop backend that thread is
+  /// the library's own, and every thread of the host may call.
   static bool flush(double timeoutSeconds) noexcept;
 };
 

@@ -43,6 +43,7 @@ void Client::configure(std::string_view writeKey, ConfigurationOptions options) 
                                               host.environment.variable("ZARN_INTERNAL_DEV"));
   const auto& configuration = resolved.configuration;
   const platform::Log log = logFor(host, configuration);
+  host.log.setDebug(configuration.options.debug);
   if (!model::isKnownEnvironment(configuration.environment())) {
     log.always(
         {"[Zarn] Configuration rejected: Unsupported Zarn environment '", environmentAsGiven,
@@ -52,6 +53,9 @@ void Client::configure(std::string_view writeKey, ConfigurationOptions options) 
   }
   for (const auto option : resolved.replacedOptions) {
     log.debug({"[Zarn] Option ", option, " is out of its range: its default is used"});
+  }
+  if (!model::isUsableHost(configuration.apiHost())) {
+    log.debug({"[Zarn] apiHost forms no address: the production endpoint is used"});
   }
   pipeline_ = std::make_unique<Pipeline>(host, configuration, log);
   running_.store(pipeline_.get(), std::memory_order_release);

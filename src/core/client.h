@@ -20,7 +20,8 @@ namespace zarn::core {
 
 struct Pipeline;
 
-/// Any thread. Two whole clients can live side by side in one process.
+/// Any thread. Two whole clients can live side by side in one process, each on a host of its own: a
+/// path monitor tells one client at a time.
 class Client {
  public:
   /// `host` is asked for at the first configure, so that the app can describe itself before.

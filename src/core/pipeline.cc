@@ -45,7 +45,7 @@ events::StoreIdentity storeIdentity(const model::Configuration& configuration) {
 
 events::SqliteEventStore::Services storeServices(Pipeline& pipeline) {
   return {.files = pipeline.host.files,
-          .background = *pipeline.background,
+          .background = *pipeline.upkeepThread,
           .decode = model::readStoredEvent,
           .report = [log = pipeline.log](std::string_view line) { log.debug({line}); }};
 }
@@ -56,15 +56,16 @@ Pipeline::Pipeline(platform::Host& hostServices, const model::Configuration& con
                    platform::Log debugLog)
     : host(hostServices),
       log(debugLog),
+      deliveryThread(host.dispatch.makeThread("zarn.delivery")),
+      upkeepThread(host.dispatch.makeThread("zarn.upkeep")),
       controlQueue(host.dispatch.pool(), "io.zarn.control", base::LockRank::controlQueue),
-      workQueue(host.dispatch.pool(), "io.zarn.queue", base::LockRank::workQueue),
+      workQueue(*deliveryThread, "io.zarn.queue", base::LockRank::workQueue),
       privacy(host.defaults),
       startedOptedOut(deleteFilesWhenOptedOut(privacy, host.files)),
       identity(host.random),
       session(host.random),
       transport(host.http, host.clock, configuration, host.device.app(), log),
       context(host.device, remoteConfig, path),
-      background(host.dispatch.makeThread("zarn.background")),
       ownStore(storeIdentity(configuration), storeServices(*this)),
       queue(transport, ownStore.store(), workQueue, host.random, configuration, log),
       piiFilter(host.names),
@@ -87,16 +88,18 @@ Pipeline::Pipeline(platform::Host& hostServices, const model::Configuration& con
                  .queue = queue},
                 log) {
   if (startedOptedOut) transport.stopSends();
-  background->post([] { redaction::PiiFilter::prepare(); });
-  host.paths.start(controlQueue, [this](platform::NetworkPath now) {
-    path.publish(std::make_shared<const platform::NetworkPath>(now));
+  upkeepThread->post([] { redaction::PiiFilter::prepare(); });
+  host.paths.start(controlQueue, base::weakly(wiring, [this](platform::NetworkPath now) {
+                     path.publish(std::make_shared<const platform::NetworkPath>(now));
+                   }));
+  queue.onCooldownEntered =
+      base::weakly(wiring, [this] { recovery.enterRecovery("batch_cooldown"); });
+  queue.onServerPause = base::weakly(wiring, [this](const std::optional<std::string>&) {
+    // The queue has discarded already; again, for what was admitted before the state was set.
+    runState.becomePausedAndDiscard();
   });
-  queue.onCooldownEntered = [this] { recovery.enterRecovery("batch_cooldown"); };
-  queue.onServerPause = [this](const std::optional<std::string>&) {
-    runState.become(model::LifecycleState::pausedByServer);
-    queue.discardAll();  // what was admitted between the queue's own discard and the new state
-  };
-  controlPlane.onInitialInitFailed = [this] { recovery.enterRecovery("initial_init_failed"); };
+  controlPlane.onInitialInitFailed =
+      base::weakly(wiring, [this] { recovery.enterRecovery("initial_init_failed"); });
 }
 
 Pipeline::~Pipeline() {

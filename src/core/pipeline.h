@@ -7,6 +7,7 @@
 #include <string>
 
 #include "base/serial_queue.h"
+#include "base/weakly.h"
 #include "events/event_context.h"
 #include "events/event_queue.h"
 #include "events/own_store.h"
@@ -40,6 +41,9 @@ struct Pipeline {
 
   platform::Host& host;
   const platform::Log log;
+  // Of their own, since both may wait for the disk: one for deliveries, one for the store's upkeep.
+  const std::unique_ptr<base::Executor> deliveryThread;
+  const std::unique_ptr<base::Executor> upkeepThread;
   base::SerialQueue controlQueue;
   base::SerialQueue workQueue;
   runtime::PrivacyState privacy;
@@ -52,7 +56,8 @@ struct Pipeline {
   identity::FallbackSession session;
   events::Transport transport;
   events::EventContextSource context;
-  const std::unique_ptr<base::Executor> background;  // for what waits or computes
+  const std::unique_ptr<base::Executor>
+      background;  // upkeep of the store, which waits for the disk
   events::OwnStore ownStore;
   events::EventQueue queue;
 
@@ -64,6 +69,8 @@ struct Pipeline {
   runtime::ControlPlane controlPlane;
   runtime::Recovery recovery;
   runtime::Admission admission;
+
+  base::Scope wiring;  // last: what joins the rooms is cut before any of them goes
 };
 
 }  // namespace zarn::core

@@ -1,5 +1,6 @@
 #include "events/batch_answer.h"
 
+#include <span>
 #include <unordered_set>
 
 #include "base/json.h"
@@ -18,11 +19,10 @@ bool isTrue(const Properties& object, std::string_view key) {
   return value != nullptr && value->asBool().value_or(false);
 }
 
-const Array& arrayMember(const Properties& object, std::string_view key) {
-  static const Array empty;
+std::span<const Value> arrayMember(const Properties& object, std::string_view key) {
   const Value* value = object.find(key);
   const Array* array = value != nullptr ? value->asArray() : nullptr;
-  return array != nullptr ? *array : empty;
+  return array != nullptr ? std::span<const Value>(*array) : std::span<const Value>();
 }
 
 void addAccepted(const Properties& answer, std::vector<BatchAck>& acks) {
@@ -65,7 +65,7 @@ void keepUnmentioned(const std::vector<model::EncodedEvent>& batch, std::vector<
 BatchOutcome readBatchAnswer(std::string_view body, const std::vector<model::EncodedEvent>& batch) {
   const auto parsed = base::parseJson(body);
   const Properties* object = parsed ? parsed->asProperties() : nullptr;
-  static const Properties nothing;
+  const Properties nothing;
   const Properties& answer = object != nullptr ? *object : nothing;
   if (isTrue(answer, "paused")) return BatchPaused{stringMember(answer, "paused_reason")};
   std::vector<BatchAck> acks;

@@ -28,7 +28,9 @@ std::string head(const BatchEnvelope& envelope) {
 
 std::vector<std::shared_ptr<const std::string>> encodeBatch(
     const BatchEnvelope& envelope, const std::vector<model::EncodedEvent>& batch, Date sentAt) {
-  static const auto comma = std::make_shared<const std::string>(",");
+  // Never destroyed: a batch may be sent while the process ends.
+  static const auto& comma =
+      *new std::shared_ptr<const std::string>(std::make_shared<const std::string>(","));
   std::vector<std::shared_ptr<const std::string>> pieces;
   pieces.reserve(2 * batch.size() + 2);
   pieces.push_back(std::make_shared<const std::string>(head(envelope)));

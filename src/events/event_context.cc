@@ -1,11 +1,24 @@
 #include "events/event_context.h"
 
+#include <array>
+#include <charconv>
 #include <utility>
 
 #include "base/json.h"
 #include "model/wire.h"
 
 namespace zarn::events {
+
+namespace {
+
+/// As few digits as tell the float from its neighbours; as a double it would show many more.
+std::string shortestText(float value) {
+  std::array<char, 32> digits;
+  const auto end = std::to_chars(digits.data(), digits.data() + digits.size(), value).ptr;
+  return {digits.data(), end};
+}
+
+}  // namespace
 
 std::string_view connectionType(const std::optional<platform::NetworkPath>& path) {
   if (!path) return "unknown";
@@ -39,7 +52,7 @@ std::string encodeEventContext(const ContextInputs& inputs, const platform::Devi
                 connectionType(inputs.path ? std::optional(*inputs.path) : std::nullopt));
   }
   if (const auto level = inputs.battery.level; level && *level >= 0) {
-    json.key("battery_level").number(static_cast<double>(*level));
+    json.key("battery_level").raw(shortestText(*level));
   }
   if (inputs.battery.charging) json.key("is_charging").boolean(*inputs.battery.charging);
   json.endObject();

@@ -68,6 +68,8 @@ void EventQueue::restore() {
     pending.erase(pending.begin(), pending.begin() + static_cast<std::ptrdiff_t>(surplus));
     log_.debug({"[Zarn] Queue restored: dropped ", std::to_string(surplus),
                 " overflow events from previous session"});
+    base::MutexLock lock(lock_);
+    droppedEvents_ += surplus;
   }
   base::MutexLock lock(lock_);
   buffer_.assign(std::make_move_iterator(pending.begin()), std::make_move_iterator(pending.end()));
@@ -194,13 +196,15 @@ void EventQueue::flushIfWaiting() {
 
 void EventQueue::failed(const Flight& flight) {
   int failures = 0;
+  std::vector<std::string> overflow;
   {
     base::MutexLock lock(lock_);
     if (landLocked(flight)) {
-      putBackLocked(*flight.batch);
+      overflow = putBackLocked(*flight.batch);
       failures = ++consecutiveFailures_;
     }
   }
+  removeOverflow(overflow);
   if (failures == 0) return flushIfWaiting();
   retryAfterFailure(failures);
 }
@@ -220,10 +224,11 @@ void EventQueue::acknowledged(const Flight& flight, const std::vector<BatchAck>&
   const bool stuck = !progress && !settlement.retries.empty();
   int failures = 0;
   bool recovered = false;
+  std::vector<std::string> overflow;
   {
     base::MutexLock lock(lock_);
     if (landLocked(flight)) {
-      putBackLocked(std::move(settlement.retries));
+      overflow = putBackLocked(std::move(settlement.retries));
       if (stuck) failures = ++consecutiveFailures_;
       if (progress) {
         recovered = std::exchange(consecutiveFailures_, 0) > 0;
@@ -231,6 +236,7 @@ void EventQueue::acknowledged(const Flight& flight, const std::vector<BatchAck>&
       }
     }
   }
+  removeOverflow(overflow);
   if (recovered) log_.debug({"[Zarn] Recovered after failures — back to normal flush cadence"});
   if (failures > 0) return retryAfterFailure(failures);
   if (progress) flushIfWaiting();
@@ -250,17 +256,22 @@ void EventQueue::stopForServerPause(const Flight& flight, std::optional<std::str
   if (onServerPause) onServerPause(std::move(reason));
 }
 
-void EventQueue::putBackLocked(std::vector<model::EncodedEvent> events) {
+std::vector<std::string> EventQueue::putBackLocked(std::vector<model::EncodedEvent> events) {
   buffer_.insert(buffer_.begin(), std::make_move_iterator(events.begin()),
                  std::make_move_iterator(events.end()));
-  if (buffer_.size() <= cap_) return;
-  const auto overflow = buffer_.size() - cap_;
   std::vector<std::string> ids;
+  if (buffer_.size() <= cap_) return ids;
+  const auto overflow = buffer_.size() - cap_;
   for (std::size_t i = 0; i < overflow; ++i) ids.push_back(buffer_[i].id);
-  store_.remove(ids);
   buffer_.erase(buffer_.begin(), buffer_.begin() + static_cast<std::ptrdiff_t>(overflow));
   droppedEvents_ += overflow;
-  log_.debug({"[Zarn] Re-enqueue overflow: dropped ", std::to_string(overflow),
+  return ids;
+}
+
+void EventQueue::removeOverflow(const std::vector<std::string>& ids) {
+  if (ids.empty()) return;
+  store_.remove(ids);
+  log_.debug({"[Zarn] Re-enqueue overflow: dropped ", std::to_string(ids.size()),
               " oldest events to fit cap=", std::to_string(cap_)});
 }
 

@@ -104,7 +104,11 @@ class EventQueue {
   bool landLocked(const Flight& flight) ZARN_REQUIRES(lock_);
   void discardLocked() ZARN_REQUIRES(lock_);
   void dropOldestLocked() ZARN_REQUIRES(lock_);
-  void putBackLocked(std::vector<model::EncodedEvent> events) ZARN_REQUIRES(lock_);
+  /// Gives the ids that found no room, to be removed from the store without the lock: callers of
+  /// enqueue must not wait for a long removal.
+  std::vector<std::string> putBackLocked(std::vector<model::EncodedEvent> events)
+      ZARN_REQUIRES(lock_);
+  void removeOverflow(const std::vector<std::string>& ids);
 
   // Constant after construction.
   BatchSender& transport_;

@@ -1,11 +1,14 @@
 #include "model/configuration.h"
 
+#include <algorithm>
 #include <cmath>
 
 #include "base/text.h"
 
 namespace zarn::model {
 namespace {
+
+constexpr double kLeastFlushInterval = 0.1;  // seconds; less would only keep a processor busy
 
 /// Replaces `value` by the default of its field unless it passes.
 template <typename T>
@@ -30,8 +33,11 @@ void putNumbersInRange(ConfigurationOptions& options, std::vector<std::string_vi
                   options.pushAttributionWindowSeconds >= 0,
               options.pushAttributionWindowSeconds, defaults.pushAttributionWindowSeconds,
               "pushAttributionWindowSeconds", replaced);
-  requireThat(options.replaySampleRate >= 0 && options.replaySampleRate <= 1,
-              options.replaySampleRate, defaults.replaySampleRate, "replaySampleRate", replaced);
+  // In doubt nothing is recorded.
+  if (options.replaySampleRate > 1) options.replaySampleRate = 1;
+  requireThat(options.replaySampleRate >= 0, options.replaySampleRate, 0.0, "replaySampleRate",
+              replaced);
+  options.flushInterval = std::max(options.flushInterval, kLeastFlushInterval);
 }
 
 constexpr std::string_view kDigits = "0123456789";
@@ -72,7 +78,9 @@ bool isRequestable(std::string_view url) {
 }  // namespace
 
 const Endpoints& builtInEndpoints() {
-  static const Endpoints endpoints{ZARN_PRODUCTION_ENDPOINT, ZARN_DEVELOPMENT_ENDPOINT};
+  // Never destroyed: a request may be made while the process ends.
+  static const Endpoints& endpoints =
+      *new Endpoints{ZARN_PRODUCTION_ENDPOINT, ZARN_DEVELOPMENT_ENDPOINT};
   return endpoints;
 }
 
@@ -114,6 +122,10 @@ ResolvedConfiguration resolveConfiguration(std::string_view writeKey, Configurat
 
 bool isKnownEnvironment(std::string_view environment) {
   return environment == "production" || environment == "development";
+}
+
+bool isUsableHost(std::string_view apiHost) {
+  return isRequestable(apiHost);
 }
 
 std::string endpointURL(std::string_view apiHost, std::string_view path,

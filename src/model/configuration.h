@@ -49,6 +49,9 @@ ResolvedConfiguration resolveConfiguration(std::string_view writeKey, Configurat
 /// Whether the (resolved) environment is one that exists.
 bool isKnownEnvironment(std::string_view environment);
 
+/// Whether the host forms an address that a request can go to.
+bool isUsableHost(std::string_view apiHost);
+
 /// `apiHost` and `path` as one address; with a host that forms none, the production endpoint takes
 /// its place, so that a malformed host never stops the library.
 std::string endpointURL(std::string_view apiHost, std::string_view path,

@@ -13,6 +13,10 @@ class LogSink {
   virtual ~LogSink() = default;
   /// One line, without the line break.
   virtual void write(std::string_view line) = 0;
+  /// One line of a backend's own, for hosts that have asked for debug lines.
+  virtual void debug(std::string_view) {}
+  /// Whether the host has asked for them; told once it is known.
+  virtual void setDebug(bool) {}
 };
 
 /// Cheap to copy. A line costs nothing unless it prints.

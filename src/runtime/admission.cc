@@ -2,6 +2,7 @@
 
 #include <array>
 #include <optional>
+#include <utility>
 
 #include "base/uuid.h"
 #include "events/event_context.h"
@@ -87,10 +88,13 @@ model::EncodedEvent Admission::encode(model::EventType type, std::string_view na
                                   .name = name,
                                   .time = event.time,
                                   .context = *context};
-  static thread_local std::string buffer;
-  buffer.clear();
+  // Trivially destructible on purpose: a host's static destructor may track after the thread's own
+  // objects are gone.
+  static thread_local std::size_t lastSize = 0;
+  std::string encoded;
+  encoded.reserve(lastSize);
   const SanitizingRules rules = sanitizingRules(type);
-  encodeEvent(buffer, fields, [&](base::JsonWriter& json) {
+  encodeEvent(encoded, fields, [&](base::JsonWriter& json) {
     for (const auto& [key, value] : picture.identity->superProperties) {
       if (properties.find(key) == nullptr) parts_.sanitizer.write(json, key, value, rules, false);
     }
@@ -98,7 +102,8 @@ model::EncodedEvent Admission::encode(model::EventType type, std::string_view na
       parts_.sanitizer.write(json, key, value, rules, true);
     }
   });
-  event.json = std::make_shared<const std::string>(buffer);
+  lastSize = encoded.size();
+  event.json = std::make_shared<const std::string>(std::move(encoded));
   return event;
 }
 

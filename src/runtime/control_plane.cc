@@ -31,13 +31,13 @@ void ControlPlane::start() {
                           }));
 }
 
-bool ControlPlane::sendRecoveryInit(
-    std::function<void(const platform::HttpResult&, Epoch::Token)> answered) {
-  const auto token = guard_.current();
+void ControlPlane::sendRecoveryInit(
+    NetworkGuard::Token ticket,
+    base::UniqueFunction<void(const platform::HttpResult&, Epoch::Token)> answered) {
   const auto epoch = epoch_.issue();
-  return guard_.startGuardedTask(
-      control::makeInitRequest(configuration_, app_, InitOccasion::recovery), token,
-      [epoch, answered = std::move(answered)](platform::HttpResult result) {
+  guard_.startGuardedTask(
+      control::makeInitRequest(configuration_, app_, InitOccasion::recovery), ticket,
+      [epoch, answered = std::move(answered)](platform::HttpResult result) mutable {
         answered(result, epoch);
       });
 }
@@ -47,8 +47,9 @@ void ControlPlane::initAnswered(const platform::HttpResult& result, Epoch::Token
   if (!answer) {
     log_.debug({"[Zarn] Init failed (status ", std::to_string(control::statusOf(result)),
                 ") — continuing without release_id"});
-    const bool isLatest = epoch_.ifLatest(epoch, [] {});
-    if (isLatest && onInitialInitFailed) onInitialInitFailed();
+    epoch_.ifLatest(epoch, [&] {
+      if (onInitialInitFailed) onInitialInitFailed();
+    });
     return;
   }
   if (!answer->dataCollection) {

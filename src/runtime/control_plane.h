@@ -37,15 +37,18 @@ class ControlPlane {
                NetworkGuard& guard, RunState& runState, PrivacyState& privacy,
                PolicyTargets targets, platform::Log log);
 
-  /// Called when the first init fails and no newer request is under way. Set before `start`.
+  /// Called, with the epoch's lock held, when the first init fails and no newer request was issued:
+  /// it may change the run state and schedule, but not wait. Set before `start`.
   std::function<void()> onInitialInitFailed;
 
   /// Sends the first init.
   void start();
 
-  /// Sends an init of the recovery; its answer goes to `answered` with the epoch to apply it under.
-  /// False when nothing may be sent.
-  bool sendRecoveryInit(std::function<void(const platform::HttpResult&, Epoch::Token)> answered);
+  /// Sends an init of the recovery, unless a boundary has come since `ticket`; its answer goes to
+  /// `answered` with the epoch to apply it under. Dropped unused when there is none to come.
+  void sendRecoveryInit(
+      NetworkGuard::Token ticket,
+      base::UniqueFunction<void(const platform::HttpResult&, Epoch::Token)> answered);
 
   /// Makes the answer's policy and run state true if no newer request was issued. False when stale.
   bool apply(Epoch::Token epoch, const control::InitAnswer& answer,

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <utility>
 
 #include "base/jitter.h"
 #include "platform/random.h"
@@ -32,12 +33,27 @@ Recovery::Recovery(RunState& runState, const PrivacyState& privacy, NetworkGuard
       random_(random),
       log_(log) {}
 
-bool Recovery::begin() {
-  base::MutexLock lock(lock_);
-  if (recoveryInFlight_) return false;
-  recoveryInFlight_ = true;
-  recoveryAttempt_ = 0;
-  return true;
+class Recovery::Run {
+ public:
+  Run(Recovery& owner, NetworkGuard::Token ticket)
+      : ticket(ticket), end_(base::weakly(owner.scope_, [&owner] { owner.end(); })) {}
+  ~Run() { end_(); }
+  Run(const Run&) = delete;
+  Run& operator=(const Run&) = delete;
+
+  const NetworkGuard::Token ticket;  // a boundary after the entry ends the recovery
+  int attempt = 0;
+
+ private:
+  base::Closure end_;
+};
+
+std::unique_ptr<Recovery::Run> Recovery::begin() {
+  {
+    base::MutexLock lock(lock_);
+    if (std::exchange(recoveryInFlight_, true)) return nullptr;
+  }
+  return std::make_unique<Run>(*this, guard_.current());
 }
 
 void Recovery::end() {
@@ -46,42 +62,40 @@ void Recovery::end() {
 }
 
 void Recovery::enterRecovery(std::string_view reason, bool immediately) {
-  if (privacy_.optedOut() || runState_.isPaused() || !begin()) return;
+  if (privacy_.optedOut() || runState_.isPaused()) return;
+  auto run = begin();
+  if (!run) return;
   log_.debug({"[Zarn] Entering recovery: ", reason});
-  if (!runState_.becomeRecoveringUnlessPaused()) return end();
+  if (!runState_.becomeRecoveringUnlessPaused()) return;
   if (immediately) {
-    recoveryStep();
+    recoveryStep(std::move(run));
   } else {
-    wait();
+    wait(std::move(run));
   }
 }
 
-void Recovery::wait() {
-  double delay = 0;
-  {
-    base::MutexLock lock(lock_);
-    delay = recoveryDelay(recoveryAttempt_) * base::retryJitter(random_.next());
-  }
-  const bool scheduled = guard_.scheduleGuardedWork(
-      base::seconds(delay), guard_.current(), base::weakly(scope_, [this] { recoveryStep(); }));
-  if (!scheduled) end();
+void Recovery::wait(std::unique_ptr<Run> run) {
+  const double delay = recoveryDelay(run->attempt) * base::retryJitter(random_.next());
+  const auto ticket = run->ticket;
+  guard_.scheduleGuardedWork(base::seconds(delay), ticket,
+                             base::weakly(scope_, [this, run = std::move(run)]() mutable {
+                               recoveryStep(std::move(run));
+                             }));
 }
 
-void Recovery::recoveryStep() {
-  if (privacy_.optedOut() || runState_.current() != LifecycleState::recovering) return end();
-  {
-    base::MutexLock lock(lock_);
-    ++recoveryAttempt_;
-  }
-  const bool sent = controlPlane_.sendRecoveryInit(base::weakly(
-      scope_,
-      [this](const platform::HttpResult& result, control::ControlPlaneResponseEpoch::Token epoch) {
-        answered(result, epoch);
+void Recovery::recoveryStep(std::unique_ptr<Run> run) {
+  if (privacy_.optedOut() || runState_.current() != LifecycleState::recovering) return;
+  ++run->attempt;
+  const auto ticket = run->ticket;
+  controlPlane_.sendRecoveryInit(
+      ticket, base::weakly(scope_, [this, run = std::move(run)](
+                                       const platform::HttpResult& result,
+                                       control::ControlPlaneResponseEpoch::Token epoch) mutable {
+        answered(std::move(run), result, epoch);
       }));
-  if (!sent) end();
 }
 
-void Recovery::answered(const platform::HttpResult& result,
+void Recovery::answered(std::unique_ptr<Run> run, const platform::HttpResult& result,
                         control::ControlPlaneResponseEpoch::Token epoch) {
   const auto answer = control::readInitAnswer(result);
   if (answer && answer->releaseId && !answer->releaseId->empty()) {
@@ -94,11 +108,7 @@ void Recovery::answered(const platform::HttpResult& result,
     log_.debug({"[Zarn] Recovery init missing fresh data_collection — remaining fail-closed"});
   }
   // Whatever became of the answer, only the state it has led to decides whether to go on asking.
-  if (runState_.current() == LifecycleState::recovering) {
-    wait();
-  } else {
-    end();
-  }
+  if (runState_.current() == LifecycleState::recovering) wait(std::move(run));
 }
 
 }  // namespace zarn::runtime

@@ -1,10 +1,11 @@
 // Recovery: asks the server again and again until it answers with a fresh policy.
 //
 //   idle --enter--> waiting --the delay has passed--> asking --no usable answer--> waiting
-//                                                    asking --fresh policy, or a pause--> idle
-//                   waiting, asking --another state than recovering--> idle
+//                                                     asking --fresh policy, or a pause--> idle
+//                   waiting, asking --another state than recovering, a boundary--> idle
 #pragma once
 
+#include <memory>
 #include <string_view>
 
 #include "base/mutex.h"
@@ -35,11 +36,15 @@ class Recovery {
   void enterRecovery(std::string_view reason, bool immediately = false);
 
  private:
-  bool begin();
+  /// One recovery, from entry to end. It travels with the work that is to carry on; when that work
+  /// is dropped, by a boundary or an opt-out, the recovery ends with it, and another one can begin.
+  class Run;
+
+  std::unique_ptr<Run> begin();
   void end();
-  void wait();
-  void recoveryStep();
-  void answered(const platform::HttpResult& result,
+  void wait(std::unique_ptr<Run> run);
+  void recoveryStep(std::unique_ptr<Run> run);
+  void answered(std::unique_ptr<Run> run, const platform::HttpResult& result,
                 control::ControlPlaneResponseEpoch::Token epoch);
 
   // Constant after construction.
@@ -52,7 +57,6 @@ class Recovery {
 
   base::Mutex lock_{base::LockRank::leaf};
   bool recoveryInFlight_ ZARN_GUARDED_BY(lock_) = false;
-  int recoveryAttempt_ ZARN_GUARDED_BY(lock_) = 0;
   base::Scope scope_;
 };
 

@@ -12,6 +12,12 @@ void RunState::become(LifecycleState next) {
   becomeLocked(next);
 }
 
+void RunState::becomePausedAndDiscard() {
+  base::MutexLock lock(lock_);
+  becomeLocked(LifecycleState::pausedByServer);
+  queue_.discardAll();
+}
+
 bool RunState::becomeRecoveringUnlessPaused() {
   base::MutexLock lock(lock_);
   if (isPaused()) return false;

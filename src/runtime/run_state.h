@@ -34,6 +34,8 @@ class RunState {
   /// The only writer. Running resumes the queue and has it flush on its own queue; any other state,
   /// and any state of a user who has opted out, suspends it.
   void become(model::LifecycleState next);
+  /// The server's pause: besides, everything that waits is discarded, in the same step.
+  void becomePausedAndDiscard();
   /// False, and nothing done, while the server pauses: recovery never overrides that.
   bool becomeRecoveringUnlessPaused();
 

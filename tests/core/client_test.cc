@@ -90,7 +90,7 @@ TEST_F(ClientTest, ProjectAndKeyApart) {
 
 TEST_F(ClientTest, AnEventSaysWhoWhatWhenAndWhere) {
   TestClient client(host_);
-  host_.device.batteryState = {.level = 0.5f, .charging = true};
+  host_.device.batteryState = {.level = 0.57f, .charging = true};
   client.run();
   host_.paths.report({.satisfied = true, .usesWifi = true});
   settle();
@@ -121,7 +121,7 @@ TEST_F(ClientTest, AnEventSaysWhoWhatWhenAndWhere) {
                                                     {"screen_width", 1280},
                                                     {"screen_height", 800},
                                                     {"connection_type", "wifi"},
-                                                    {"battery_level", 0.5},
+                                                    {"battery_level", 0.57},
                                                     {"is_charging", true}}));
 }
 

@@ -52,14 +52,18 @@ TEST(Configuration, NumbersThatMakeNoSenseTakeTheirDefaults) {
                                  .flushInterval = std::nan(""),
                                  .flushAt = 0,
                                  .maxBufferSize = -5,
-                                 .replaySampleRate = 3});
+                                 .replaySampleRate = -0.5});
   const auto& options = resolved.configuration.options;
   EXPECT_EQ(options.flushInterval, 30);
   EXPECT_EQ(options.flushAt, 20);
   EXPECT_EQ(options.maxBufferSize, 1000);
   EXPECT_EQ(options.sessionTimeout, 1800);
-  EXPECT_EQ(options.replaySampleRate, 1);
+  EXPECT_EQ(options.replaySampleRate, 0);
   EXPECT_EQ(resolved.replacedOptions.size(), 5u);
+  const auto clamped =
+      resolve({.flushInterval = 1e-9, .replaySampleRate = 7}).configuration.options;
+  EXPECT_EQ(clamped.flushInterval, 0.1);
+  EXPECT_EQ(clamped.replaySampleRate, 1);
 }
 
 TEST(Configuration, AHostThatFormsNoAddressIsReplaced) {
