@@ -1,4 +1,8 @@
-#include <limits>
+#include <algorithm>
+#include <charconv>
+#include <climits>
+#include <cstdint>
+#include <optional>
 #include <vector>
 
 #include "base/json.h"
@@ -10,21 +14,45 @@ namespace zarn::base {
 
 namespace {
 
+template <class Number>
+std::optional<Number> read(std::string_view text) {
+  Number value{};
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+  const bool whole = error == std::errc() && end == text.data() + text.size();
+  return whole ? std::optional<Number>(value) : std::nullopt;
+}
+
+/// Of a JSON number that no double holds: whether it is too large rather than too close to zero.
+bool isLarge(std::string_view number) {
+  const std::size_t digitsEnd = std::min(number.find_first_of("eE"), number.size());
+  const std::size_t point = std::min(number.find('.'), digitsEnd);
+  const std::size_t leading = number.find_first_of("123456789");
+  std::string_view power = number.substr(std::min(digitsEnd + 1, number.size()));
+  if (power.starts_with('+')) power.remove_prefix(1);
+  const auto places = static_cast<std::int64_t>(point) - static_cast<std::int64_t>(leading);
+  return places + read<int>(power).value_or(power.starts_with('-') ? INT_MIN : 0) > 0;
+}
+
 /// Builds a Value from the reader's calls, without recursion.
 class ValueBuilder {
  public:
   bool Null() { return add(nullptr); }
   bool Bool(bool value) { return add(value); }
-  bool Int(int value) { return add(value); }
-  bool Uint(unsigned value) { return add(value); }
-  bool Int64(std::int64_t value) { return add(value); }
-  bool Uint64(std::uint64_t value) {
-    constexpr std::uint64_t kLargest = std::numeric_limits<std::int64_t>::max();
-    return value <= kLargest ? add(value) : add(static_cast<double>(value));
+  // The reader leaves numbers as text: turning it into doubles itself, it makes 0E222 a large
+  // number.
+  bool RawNumber(const char* text, rapidjson::SizeType size, bool) {
+    const std::string_view number(text, size);
+    if (number.find_first_of(".eE") == std::string_view::npos) {
+      if (const auto whole = read<std::int64_t>(number)) return add(*whole);
+    }
+    if (const auto value = read<double>(number)) return add(*value);
+    return !isLarge(number) && add(number.front() == '-' ? -0.0 : 0.0);
   }
-  bool Double(double value) { return add(value); }
-  // Called only for a reader that leaves numbers as text.
-  bool RawNumber(const char*, rapidjson::SizeType, bool) { return false; }
+  bool Int(int) { return false; }
+  bool Uint(unsigned) { return false; }
+  bool Int64(std::int64_t) { return false; }
+  bool Uint64(std::uint64_t) { return false; }
+  bool Double(double) { return false; }
   bool String(const char* text, rapidjson::SizeType size, bool) {
     return add(std::string(text, size));
   }
@@ -87,7 +115,8 @@ class ValueBuilder {
 };
 
 std::optional<Value> parseValid(std::string_view text) {
-  constexpr unsigned kFlags = rapidjson::kParseIterativeFlag | rapidjson::kParseFullPrecisionFlag;
+  constexpr unsigned kFlags =
+      rapidjson::kParseIterativeFlag | rapidjson::kParseNumbersAsStringsFlag;
   rapidjson::MemoryStream stream(text.data(), text.size());
   rapidjson::Reader reader;
   ValueBuilder builder;

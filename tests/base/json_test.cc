@@ -123,6 +123,17 @@ TEST(ParseJson, IntegersThatDoNotFitBecomeDoubles) {
   EXPECT_EQ(parseJson("100000000000000000000")->asDouble(), 1e20);
 }
 
+TEST(ParseJson, DoublesAreTheNearestOnesToTheirText) {
+  for (const char* zero : {"0E222", "-0.000e300", "1e-400", "0.0", "2e-324", "3e-99999999999"}) {
+    EXPECT_EQ(parseJson(zero)->asDouble(), 0.0) << zero;
+  }
+  EXPECT_EQ(parseJson("5e-324")->asDouble(), std::numeric_limits<double>::denorm_min());
+  EXPECT_EQ(parseJson("1.7976931348623157E+308")->asDouble(), std::numeric_limits<double>::max());
+  EXPECT_EQ(parseJson("0." + std::string(400, '0') + "1")->asDouble(), 0.0);
+  EXPECT_FALSE(parseJson("-1.7976931348623159e308"));
+  EXPECT_FALSE(parseJson(std::string(400, '9')));
+}
+
 TEST(ParseJson, RefusesWhatIsNotOneWholeValue) {
   using namespace std::string_view_literals;
   for (const auto text :
