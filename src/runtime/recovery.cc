@@ -35,8 +35,8 @@ Recovery::Recovery(RunState& runState, const PrivacyState& privacy, NetworkGuard
 
 class Recovery::Run {
  public:
-  Run(Recovery& owner, NetworkGuard::Token ticket)
-      : ticket(ticket), end_(base::weakly(owner.scope_, [&owner] { owner.end(); })) {}
+  Run(Recovery& owner, NetworkGuard::Token atEntry)
+      : ticket(atEntry), end_(base::weakly(owner.scope_, [&owner] { owner.end(); })) {}
   ~Run() { end_(); }
   Run(const Run&) = delete;
   Run& operator=(const Run&) = delete;
