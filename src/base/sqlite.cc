@@ -2,6 +2,8 @@
 
 #include <sqlite3.h>
 
+#include <algorithm>
+
 namespace zarn::base {
 namespace {
 
@@ -148,7 +150,8 @@ std::optional<Sqlite::LogState> Sqlite::checkpoint(Checkpoint mode) {
       SQLITE_OK) {
     return std::nullopt;
   }
-  return log;
+  // -1 where there is no log.
+  return LogState{std::max(log.frames, 0), std::max(log.copied, 0)};
 }
 
 SqliteTransaction::SqliteTransaction(Sqlite& database)

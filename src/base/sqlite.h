@@ -86,7 +86,7 @@ class Sqlite {
     full,     // all of the log
   };
   struct LogState {
-    int frames = 0;  // pages in the write-ahead log
+    int frames = 0;  // pages in the write-ahead log; 0 where there is none
     int copied = 0;  // of these, in the database
   };
 

@@ -10,6 +10,7 @@
 namespace zarn::events {
 namespace {
 
+constexpr const char* kStartLog = "PRAGMA journal_mode=WAL;";
 constexpr const char* kCreateTable =
     "    CREATE TABLE IF NOT EXISTS events (\n"
     "        id TEXT PRIMARY KEY,\n"
@@ -66,23 +67,33 @@ std::unique_ptr<EventTable> EventTable::open(const std::string& path, const std:
 
 bool EventTable::create() {
   // What fails here shows at the latest when the statements are prepared.
-  // An insert dirties a page of the table and one of each index: small pages write a quarter as much
-  // to the log, which is what later has to be copied. Only a new file takes the size.
+  // An insert dirties a page of the table and one of each index: small pages write a quarter as
+  // much to the log, which is what later has to be copied. Only a new file takes the size.
   database_.execute("PRAGMA page_size=1024;");
-  database_.execute("PRAGMA journal_mode=WAL;");
+  hasLog_ = startLog();
   database_.execute("PRAGMA synchronous=NORMAL;");
   database_.execute("PRAGMA temp_store=MEMORY;");
   database_.stopAutomaticCheckpoints();
   database_.execute(kCreateTable);
   database_.execute(kCreateTimeIndex);
   database_.execute(kCreateFlagIndex);
-  insert_ = database_.prepare(kInsert);
-  if (!insert_) return false;
-  pending_ = database_.prepare(kSelectPending);
-  clearMarks_ = database_.prepare(kClearMarks);
-  removeOne_ = prepareForIds(kRemove, 1);
+  if (!prepareAll()) return false;
   readNewestTime();
   return true;
+}
+
+/// SQLite answers with the mode that it has now.
+bool EventTable::startLog() {
+  bool started = false;
+  database_.prepare(kStartLog).forEachRow(
+      [&](const base::SqliteStatement& row) { started = row.text(0) == "wal"; });
+  return started;
+}
+
+/// Stops at the first failure, so that its words are the last ones.
+bool EventTable::prepareAll() {
+  return (insert_ = database_.prepare(kInsert)) && (pending_ = database_.prepare(kSelectPending)) &&
+         (clearMarks_ = database_.prepare(kClearMarks)) && (removeOne_ = prepareForIds(kRemove, 1));
 }
 
 void EventTable::readNewestTime() {
@@ -133,7 +144,7 @@ bool EventTable::remove(std::span<const std::string> ids) {
   if (ids.empty()) return true;
   if (ids.size() > 1 && ids.size() != removeManyCount_) {
     removeMany_ = prepareForIds(kRemove, ids.size());
-    removeManyCount_ = ids.size();
+    removeManyCount_ = removeMany_ ? ids.size() : 0;
   }
   base::SqliteStatement& statement = ids.size() == 1 ? removeOne_ : removeMany_;
   bindIds(statement, ids);

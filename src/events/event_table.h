@@ -49,12 +49,16 @@ class EventTable {
   /// here already stays as it is. All or none; when it returns true they are safe on the disk.
   bool adopt(const std::string& path);
 
+  /// False where the file system can't do it: changes then wait for the disk, and are as safe.
+  bool hasLog() const { return hasLog_; }
   base::Sqlite& database() { return database_; }
   std::string lastError() const { return database_.lastError(); }
 
  private:
   explicit EventTable(base::Sqlite database);
   bool create();
+  bool startLog();
+  bool prepareAll();
   bool insertAt(std::string_view id, std::string_view data, double time);
   void readNewestTime();
   base::SqliteStatement prepareForIds(std::string_view before, std::size_t count);
@@ -68,6 +72,7 @@ class EventTable {
   base::SqliteStatement removeMany_;  // for removeManyCount_ ids, the count that came last
   std::size_t removeManyCount_ = 0;
   double newestTime_ = 0;
+  bool hasLog_ = false;
 };
 
 }  // namespace zarn::events

@@ -11,14 +11,20 @@
 
 namespace zarn::events {
 
-struct LegacyEvent {
-  std::string path;
-  model::EncodedEvent event;
+/// The folder of those files, beside the databases.
+inline constexpr const char* kLegacyEventsFolder = "events";
+
+struct LegacyEvents {
+  std::vector<model::EncodedEvent> events;  // oldest first
+  std::vector<std::string> files;           // all that could be read, with an event or without
 };
 
-/// The files in `directory` that hold an event, oldest first. Others are left alone.
-std::vector<LegacyEvent> readLegacyEvents(
+/// What the JSON files in `directory` hold.
+LegacyEvents readLegacyEvents(
     platform::Files& files, const std::string& directory,
     const std::function<std::optional<model::EncodedEvent>(std::string)>& decode);
+
+/// Removes the JSON files in `directory`, and itself when it is empty then.
+void removeLegacyEvents(platform::Files& files, const std::string& directory);
 
 }  // namespace zarn::events

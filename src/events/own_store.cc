@@ -1,5 +1,7 @@
 #include "events/own_store.h"
 
+#include "events/legacy_events.h"
+
 namespace zarn::events {
 namespace {
 
@@ -12,13 +14,14 @@ void removeAllStores(platform::Files& files, const StoreFolder& folder) {
   for (const std::string& name : files.list(folder.path())) {
     if (isStoreFileName(name)) files.remove(folder.file(name));
   }
+  removeLegacyEvents(files, folder.file(kLegacyEventsFolder));
 }
 
 /// The path for the store; empty without a folder.
 std::string preparePath(platform::Files& files, const std::optional<StoreFolder>& folder,
                         const StoreIdentity& identity) {
   if (!folder) return {};
-  files.remove(folder->file(kLegacyStoreFileName));
+  removeStore(files, folder->file(kLegacyStoreFileName));
   return folder->file(storeFileName(identity));
 }
 

@@ -21,8 +21,9 @@ class OwnStore {
 
   SqliteEventStore& store() { return store_; }
 
-  /// Empties this store and deletes its file and those of all other stores, of any project, in this
-  /// folder and in folders without an owner. Events stored later go into a new file.
+  /// Empties this store and deletes its file and those of all other stores, of any project and
+  /// release, in this folder and in folders without an owner. Events stored later go into a new
+  /// file.
   void deleteAllFiles();
 
  private:

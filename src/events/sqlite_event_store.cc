@@ -50,11 +50,10 @@ bool SqliteEventStore::open() {
   table_ = EventTable::open(path_, vfs_, error);
   isOpen_ = table_ != nullptr;
   if (!table_) {
-    if (!std::exchange(hasReported_, true) && services_.report) {
-      services_.report("[Zarn] Event store can't be opened: " + error);
-    }
+    report("can't be opened: " + error);
     return false;
   }
+  if (!table_->hasLog()) report("no write-ahead log here, so storing an event waits for the disk");
   makeFilesPrivate();
   takeOverLegacyFiles();
   table_->clearMarks();
@@ -75,19 +74,18 @@ void SqliteEventStore::makeFilesPrivate() {
 }
 
 void SqliteEventStore::takeOverLegacyFiles() {
-  const std::string directory = directoryOf(path_) + "/events";
-  const std::vector<LegacyEvent> found =
-      readLegacyEvents(services_.files, directory, services_.decode);
-  if (!found.empty()) {
+  const std::string directory = directoryOf(path_) + "/" + kLegacyEventsFolder;
+  const LegacyEvents found = readLegacyEvents(services_.files, directory, services_.decode);
+  if (!found.events.empty()) {
     base::SqliteTransaction transaction(table_->database());
     bool stored = transaction.isOpen();
-    for (const LegacyEvent& legacy : found) {
-      const model::EncodedEvent& event = legacy.event;
+    for (const model::EncodedEvent& event : found.events) {
       stored = stored && table_->insertOld(event.id, *event.json, event.time);
     }
     if (!stored || !transaction.commit()) return;
   }
-  for (const LegacyEvent& legacy : found) services_.files.remove(legacy.path);
+  // Those without an event as well: they could never be sent, only read again at each start.
+  for (const std::string& path : found.files) services_.files.remove(path);
   services_.files.remove(directory);
 }
 
@@ -215,11 +213,17 @@ void SqliteEventStore::emptyAndClose(const std::function<void()>& whileClosed) {
 
 void SqliteEventStore::noteFailure(std::atomic<std::uint64_t>& count, std::string_view operation) {
   ++count;
-  if (std::exchange(hasReported_, true) || !services_.report) return;
-  std::string line = "[Zarn] Event store: ";
-  line.append(operation).append(" failed");
-  if (table_) line.append(": ").append(table_->lastError());
-  services_.report(line);
+  if (hasReported_) return;
+  std::string what(operation);
+  what.append(" failed");
+  if (table_) what.append(": ").append(table_->lastError());
+  report(what);
+}
+
+void SqliteEventStore::report(const std::string& what) {
+  if (!std::exchange(hasReported_, true) && services_.report) {
+    services_.report("[Zarn] Event store: " + what);
+  }
 }
 
 StoreHealth SqliteEventStore::health() const {

@@ -48,7 +48,7 @@ class SqliteEventStore final : public EventStorage {
     base::Executor& background;  // for upkeep, which waits for the disk
     /// The event of a stored row, or nothing when the bytes are not one.
     std::function<std::optional<model::EncodedEvent>(std::string)> decode;
-    /// One line at the first failure, for the debug log. Called with locks held: it must not call
+    /// One line at the first trouble, for the debug log. Called with locks held: it must not call
     /// back. May be empty.
     std::function<void(std::string_view)> report = {};
   };
@@ -91,6 +91,7 @@ class SqliteEventStore final : public EventStorage {
   void removeCorrupt(std::span<const std::string> ids) ZARN_REQUIRES(queue_);
   void noteFailure(std::atomic<std::uint64_t>& count, std::string_view operation)
       ZARN_REQUIRES(queue_);
+  void report(const std::string& what) ZARN_REQUIRES(queue_);
 
   // Constant after construction.
   const std::string path_;

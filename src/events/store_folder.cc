@@ -9,6 +9,9 @@ namespace {
 
 constexpr std::string_view kName = "Zarn";
 constexpr const char* kLockName = "/.lock";
+constexpr const char* kProbeName = "/.lock-probe-";
+/// Another process may be probing at this very moment.
+constexpr int kProbes = 8;
 /// One app's processes at one time; beyond it they keep events in memory.
 constexpr int kMostFolders = 256;
 
@@ -23,6 +26,18 @@ bool isFolderName(std::string_view name) {
   if (name.empty()) return true;
   return name.size() > 1 && name.size() <= 4 && name[0] == '-' &&
          std::all_of(name.begin() + 1, name.end(), [](char c) { return c >= '0' && c <= '9'; });
+}
+
+/// Some file systems have no locks and refuse every one, which must not be taken for an owner.
+/// A probe can be removed, unlike the lock: to own one means nothing.
+bool canLock(platform::Files& files, const std::string& path) {
+  for (int number = 1; number <= kProbes; ++number) {
+    const std::string probe = path + kProbeName + std::to_string(number);
+    const bool locked = files.tryLock(probe) != nullptr;
+    files.remove(probe);
+    if (locked) return true;
+  }
+  return false;
 }
 
 }  // namespace
@@ -40,8 +55,8 @@ std::optional<StoreFolder> StoreFolder::acquire(platform::Files& files,
     const std::string path = folderPath(dataDirectory, number);
     if (!files.createDirectories(path)) return std::nullopt;
     if (auto folder = tryOwn(files, path)) return folder;
-    // Not taken but not to be written: the next number would be no better.
-    if (!files.exists(path + kLockName)) return std::nullopt;
+    // Not taken but not to be locked: the next number would be no better.
+    if (!canLock(files, path)) return std::nullopt;
   }
   return std::nullopt;
 }

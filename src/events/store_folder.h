@@ -15,7 +15,7 @@ namespace zarn::events {
 class StoreFolder {
  public:
   /// The first folder in `dataDirectory` that nobody owns, created if need be. Nothing when no
-  /// folder can be made or all are taken.
+  /// folder can be made or locked, or all are taken.
   static std::optional<StoreFolder> acquire(platform::Files& files,
                                             const std::string& dataDirectory);
 

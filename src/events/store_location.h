@@ -25,6 +25,6 @@ bool isStoreFileName(std::string_view name);
 inline constexpr const char* kLegacyStoreFileName = "events.sqlite";
 
 /// What SQLite may keep beside a database file; the file itself is not among them.
-inline constexpr const char* kSideFileSuffixes[] = {"-wal", "-shm"};
+inline constexpr const char* kSideFileSuffixes[] = {"-wal", "-shm", "-journal"};
 
 }  // namespace zarn::events

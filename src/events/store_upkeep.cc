@@ -14,8 +14,8 @@ constexpr int kCopiesPerPass = 3;
 /// Rewriting costs what the used pages cost, in one turn on the queue: about a millisecond.
 constexpr const char* kCutLogTo4MiB = "PRAGMA journal_size_limit=4194304;";
 constexpr const char* kKeepLogSize = "PRAGMA journal_size_limit=-1;";
-constexpr int kMostUsedPagesToRewrite = 256;
-constexpr int kFreePagesWorthRewriting = 512;
+constexpr int kMostUsedPagesToRewrite = 64;
+constexpr int kFreePagesWorthRewriting = 256;
 
 }  // namespace
 
@@ -73,12 +73,11 @@ base::Closure StoreUpkeep::relief(int threshold) {
 void StoreUpkeep::pass(Occasion occasion) {
   base::MutexLock lock(passMutex_);
   for (bool again = true; again;) {
-    const bool copied = copyLog();
-    const int copiedFrames = copiedFrames_;
+    const auto copiedFrames = copyLog();
     again = false;
     queue_.sync([&] {
       queue_.assertCurrent();
-      again = copied && beginLogAnew(occasion, copiedFrames) && isWorthShrinking() &&
+      again = beginLogAnew(occasion, copiedFrames) && isWorthShrinking() &&
               database_.execute("VACUUM;");
       framesAtLastPass_ = database_.logFrames();
       isPassPosted_ = false;
@@ -86,25 +85,27 @@ void StoreUpkeep::pass(Occasion occasion) {
   }
 }
 
-bool StoreUpkeep::copyLog() {
+/// How much of the log is in the database now; nothing when it can't be copied beside the writer.
+std::optional<int> StoreUpkeep::copyLog() {
   if (!copier_) {
     copier_ = base::Sqlite::open(path_, {.create = false, .vfs = vfs_});
     // A handle learns from its first read that there is a log.
     if (!copier_ || !copier_->queryInteger("PRAGMA schema_version;")) {
       copier_.reset();
-      return false;
+      return std::nullopt;
     }
   }
+  int copiedFrames = 0;
   for (int i = 0; i < kCopiesPerPass; ++i) {
     const auto log = copier_->checkpoint(base::Sqlite::Checkpoint::passive);
-    if (!log) return false;
-    copiedFrames_ = log->copied;
+    if (!log) return std::nullopt;
+    copiedFrames = log->copied;
   }
-  return true;
+  return copiedFrames;
 }
 
 /// False when the writer is ahead and that can wait.
-bool StoreUpkeep::beginLogAnew(Occasion occasion, int copiedFrames) {
+bool StoreUpkeep::beginLogAnew(Occasion occasion, std::optional<int> copiedFrames) {
   const int frames = database_.logFrames();
   if (frames != copiedFrames && frames < kMostLogFrames) return false;
   if (!database_.checkpoint(base::Sqlite::Checkpoint::restart)) return false;

@@ -5,9 +5,10 @@
 // the log is copied on a thread of the background executor through a handle of its own, while
 // inserts go on appending. Once all of it is copied the log is begun anew, which costs a sync that
 // the next insert would pay, so that is done here too, in a turn on the store's queue. A writer
-// that never pauses never lets a copy catch up; then the log grows up to kMostLogFrames and is
-// begun anew in a longer turn. Whoever removes rows in bulk is asked to copy, and thereby to slow
-// down, before that; whoever inserts, far beyond it.
+// that never pauses never lets a copy catch up, and where descriptors have run out there is no
+// copy; then the log grows up to kMostLogFrames and is begun anew in a longer turn. Whoever removes
+// rows in bulk is asked to copy, and thereby to slow down, before that; whoever inserts, far beyond
+// it.
 //
 // Appending to a file that grows costs an insert a third more than writing over what is there, so
 // the log's file keeps its size while it is in use. When things have been quiet for a while it is
@@ -30,7 +31,7 @@ namespace zarn::events {
 
 class StoreUpkeep {
  public:
-  /// Pages of 1 KiB; an insert appends about five. Fewer, longer passes disturb fewer inserts.
+  /// Pages of 4 KiB; an insert appends about five. Fewer, longer passes disturb fewer inserts.
   static constexpr int kLogFramesPerPass = 4000;
   static constexpr int kMostLogFrames = 16000;
   static constexpr int kFramesToSlowRemovals = 8000;
@@ -64,8 +65,8 @@ class StoreUpkeep {
   void postTidy();
   void tidy();
   void pass(Occasion occasion);
-  bool copyLog() ZARN_REQUIRES(passMutex_);
-  bool beginLogAnew(Occasion occasion, int copiedFrames) ZARN_REQUIRES(queue_);
+  std::optional<int> copyLog() ZARN_REQUIRES(passMutex_);
+  bool beginLogAnew(Occasion occasion, std::optional<int> copiedFrames) ZARN_REQUIRES(queue_);
   bool isWorthShrinking() ZARN_REQUIRES(queue_);
 
   // Constant after construction.
@@ -81,7 +82,6 @@ class StoreUpkeep {
 
   base::Mutex passMutex_{base::LockRank::storeUpkeep};
   std::optional<base::Sqlite> copier_ ZARN_GUARDED_BY(passMutex_);
-  int copiedFrames_ ZARN_GUARDED_BY(passMutex_) = 0;
 
   base::Scope scope_;  // last, so that it closes first
 };

@@ -6,6 +6,7 @@
 #include <fstream>
 #include <thread>
 
+#include "base/sqlite.h"
 #include "desktop/dispatch.h"
 #include "events/store_fixture.h"
 #include "events/store_upkeep.h"
@@ -80,6 +81,20 @@ TEST_F(SqliteEventStoreTest, RemovesListsOfAnyLength) {
   EXPECT_EQ(store->health().failedRemovals, 0u);
 }
 
+TEST_F(SqliteEventStoreTest, ARemovalThatCouldNotBePreparedDoesNotSpoilTheNextOfItsSize) {
+  auto store = open();
+  insert(*store, {"A", "B", "C", "D", "E"});
+  auto other = base::Sqlite::open(path_);
+  ASSERT_TRUE(other->execute("ALTER TABLE events RENAME TO away;"));
+  store->remove(Ids{"E"});  // from now on the handle knows
+  store->remove(Ids{"A", "B"});
+  EXPECT_EQ(store->health().failedRemovals, 2u);
+  ASSERT_TRUE(other->execute("ALTER TABLE away RENAME TO events;"));
+  store->remove(Ids{"C", "D"});
+  EXPECT_EQ(store->health().failedRemovals, 2u);
+  EXPECT_EQ(idsOf(store->fetchPending()), (Ids{"A", "B", "E"}));
+}
+
 TEST_F(SqliteEventStoreTest, RowsThatDoNotDecodeDisappear) {
   auto store = open();
   auto broken = event("broken");
@@ -105,10 +120,8 @@ TEST_F(SqliteEventStoreTest, TakesOverFilesOfOlderReleasesOnce) {
   auto store = open();
   insert(*store, {"C"});
   EXPECT_EQ(idsOf(store->fetchPending()), (Ids{"A", "B", "C"}));
-  EXPECT_EQ(files_.list(legacy), Ids{"3.json"});
-  files_.remove(legacy + "/3.json");
+  EXPECT_FALSE(files_.exists(legacy));  // nor would the third be one at the next start
   reopen(store);
-  EXPECT_FALSE(files_.exists(legacy));
   EXPECT_EQ(store->fetchPending().size(), 3u);
 }
 
@@ -159,9 +172,9 @@ TEST_F(SqliteEventStoreTest, LogAndFileBecomeSmallAgain) {
     store->insert(event(id, filler));
     dispatch_.runUntilIdle();
   }
-  constexpr std::uintmax_t kPage = 1048;
+  constexpr std::uintmax_t kPage = 4120;
   EXPECT_LE(sizeOf("-wal"), kPage * (StoreUpkeep::kLogFramesPerPass + 100));
-  EXPECT_GT(sizeOf(""), 5'000'000u);
+  EXPECT_GT(sizeOf(""), 6'000'000u);
   store->resolve(ids);
   dispatch_.advance(10.0);
   EXPECT_LT(sizeOf(""), 100'000u);
@@ -174,7 +187,7 @@ TEST_F(SqliteEventStoreTest, TheLogIsBoundedEvenWhereUpkeepNeverRuns) {
   const std::string filler(400'000, ' ');
   for (const std::string& id : numbered("E", 500)) store->insert(event(id, filler));
   EXPECT_LE(std::filesystem::file_size(path_ + "-wal"),
-            1048u * (StoreUpkeep::kFramesToSlowInserts + 500));
+            4120u * (StoreUpkeep::kFramesToSlowInserts + 200));
   EXPECT_EQ(store->health().failedInserts, 0u);
 }
 
@@ -185,7 +198,7 @@ TEST_F(SqliteEventStoreTest, AFileLeftNearlyEmptyIsRewrittenAfterAWhile) {
   reopen(store);
   store->resolve(ids);
   dispatch_.runUntilIdle();
-  EXPECT_GT(std::filesystem::file_size(path_), 900'000u);
+  EXPECT_GT(std::filesystem::file_size(path_), 1'000'000u);
   dispatch_.advance(5.0);
   EXPECT_LT(std::filesystem::file_size(path_), 100'000u);
 }

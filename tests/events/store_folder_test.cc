@@ -31,6 +31,21 @@ TEST_F(OwnStoreTest, EachClientOwnsAFolder) {
   EXPECT_EQ(StoreFolder::acquire(files_, directory_.path())->path(), directory_.file("Zarn"));
 }
 
+TEST_F(OwnStoreTest, WhereNothingCanBeLockedNoFurtherFolderIsMade) {
+  struct Lockless final : desktop::PosixFiles {
+    using PosixFiles::PosixFiles;
+    std::unique_ptr<platform::FileLock> tryLock(const std::string& path) override {
+      PosixFiles::tryLock(path);  // makes the file, as a refused lock does
+      return nullptr;
+    }
+  } lockless({directory_.path(), "test"}, environment_, log_);
+  for (int launch = 0; launch < 2; ++launch) {
+    EXPECT_FALSE(StoreFolder::acquire(lockless, directory_.path()));
+  }
+  EXPECT_EQ(files_.list(directory_.path()), Ids{"Zarn"});
+  EXPECT_EQ(files_.list(directory_.file("Zarn")), Ids{".lock"});
+}
+
 TEST_F(OwnStoreTest, AdoptsTheRowsOfOwnersThatAreGone) {
   auto first = start();
   auto second = start();
@@ -88,6 +103,23 @@ TEST_F(OwnStoreTest, DeletingCoversAllFoldersWithoutAnotherOwner) {
   deleteAbandonedStoreFiles(files_);
   EXPECT_FALSE(has("Zarn", "shop"));
   EXPECT_TRUE(has("Zarn-2", "alive"));
+}
+
+TEST_F(OwnStoreTest, DeletingLeavesNothingThatAStartWouldTakeOver) {
+  const std::string legacy = directory_.file("Zarn/events");
+  const auto writeLegacy = [&] {
+    files_.createDirectories(legacy);
+    std::ofstream(legacy + "/1.json") << "{\"id\":\"A\"}";
+    std::ofstream(legacy + "/2.json") << "not an event";
+  };
+  writeLegacy();
+  deleteAbandonedStoreFiles(files_);
+  EXPECT_FALSE(files_.exists(legacy));
+  auto own = start();
+  writeLegacy();
+  own->deleteAllFiles();
+  insert(own->store(), {"B"});
+  EXPECT_EQ(idsOf(own->store().fetchPending()), Ids{"B"});
 }
 
 TEST_F(OwnStoreTest, AFileInTheFoldersPlaceLeavesAClosedStore) {

@@ -31,8 +31,9 @@ TEST(StoreLocationTest, CutsLongNamesAtCharactersAndAtBytes) {
 }
 
 TEST(StoreLocationTest, KnowsItsFiles) {
-  for (const char* name : {"events.sqlite", "events.sqlite-wal", "events.sqlite-shm",
-                           "events-a-b-C.sqlite", "events-a-b-C.sqlite-wal"}) {
+  for (const char* name :
+       {"events.sqlite", "events.sqlite-wal", "events.sqlite-shm", "events-a-b-C.sqlite",
+        "events-a-b-C.sqlite-wal", "events.sqlite-journal"}) {
     EXPECT_TRUE(isStoreFileName(name)) << name;
   }
   for (const char* name : {"events", ".lock", "events-a.json", "my-events-a.sqlite",
