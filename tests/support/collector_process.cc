@@ -39,10 +39,6 @@ size_t appendBody(char* data, size_t size, size_t count, void* body) {
 
 }  // namespace
 
-bool CollectorProcess::available() {
-  return access(collectorProgram().c_str(), X_OK) == 0;
-}
-
 CollectorProcess::CollectorProcess(Options options) : options_(std::move(options)) {
   if (options_.dataDirectory.empty()) {
     options_.dataDirectory = makeDirectory();

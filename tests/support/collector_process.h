@@ -2,13 +2,11 @@
 //
 //   CollectorProcess collector;                       // starts, waits until it listens
 //   options.apiHost = collector.address();            // "http://127.0.0.1:43127"
-//   collector.post("/api/collector/faults",
-//   R"({"endpoint":"batch","kind":"status","status":503,"count":2})"); std::string counts =
-//   collector.getJson("/api/collector/counts");
+//   collector.post("/api/collector/faults", R"({"kind":"status","status":503,"count":2})");
+//   std::string counts = collector.getJson("/api/collector/counts");
 //
-// The program is $ZARN_COLLECTOR, else the one that the build names. A test without it can skip:
-// see available(). Everything is thread-safe except start, stop and kill. The collector dies with
-// the thread that started it.
+// The program is $ZARN_COLLECTOR, else the one that the build names. Everything is
+// thread-safe except start, stop and kill. The collector dies with the thread that started it.
 #pragma once
 
 #include <sys/types.h>
@@ -31,9 +29,6 @@ class CollectorProcess {
     int status = 0;  // 0: no answer
     std::string body;
   };
-
-  /// Whether there is a collector program to start.
-  static bool available();
 
   /// Starts it and waits, at most 10 s. Throws std::runtime_error with what the program said.
   CollectorProcess() : CollectorProcess(Options{}) {}
