@@ -4,6 +4,7 @@
 
 #include "figures.h"
 #include "pii_figures.h"
+#include "sync_figures.h"
 #include "track_figures.h"
 
 int main(int argc, char** argv) {
@@ -19,5 +20,6 @@ int main(int argc, char** argv) {
   addConfigureFigures(figures);
   figures.add("scrub_clean_64_us", scrubClean64Us(), "us");
   figures.add("scrub_hostile_64k_ms", scrubHostile64kMs(), "ms");
+  figures.add("sync_idle_over_mutex", syncIdleOverMutex(), "ratio");
   return argc == 3 && !figures.writeJson(argv[2]) ? 1 : 0;
 }
