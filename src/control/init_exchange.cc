@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "base/json.h"
+#include "base/members.h"
 #include "model/wire.h"
 #include "platform/device.h"
 
@@ -26,12 +27,6 @@ std::string makeBody(const model::Configuration& configuration, const platform::
   return out;
 }
 
-std::optional<std::string> text(const Properties& object, std::string_view key) {
-  const Value* value = object.find(key);
-  const auto found = value != nullptr ? value->asString() : std::nullopt;
-  return found ? std::optional<std::string>(*found) : std::nullopt;
-}
-
 }  // namespace
 
 platform::HttpRequest makeInitRequest(const model::Configuration& configuration,
@@ -52,11 +47,10 @@ std::optional<InitAnswer> readInitAnswer(const platform::HttpResult& result) {
   const Properties* object = parsed ? parsed->asProperties() : nullptr;
   if (object == nullptr) return std::nullopt;
   InitAnswer answer;
-  const Value* paused = object->find("paused");
-  answer.paused = paused != nullptr && paused->asBool().value_or(false);
-  answer.pausedReason = text(*object, "paused_reason");
-  answer.releaseId = text(*object, "release_id");
-  answer.appId = text(*object, "app_id");
+  answer.paused = base::isTrue(*object, "paused");
+  answer.pausedReason = base::stringMember(*object, "paused_reason");
+  answer.releaseId = base::stringMember(*object, "release_id");
+  answer.appId = base::stringMember(*object, "app_id");
   if (const Value* policy = object->find("data_collection")) {
     answer.dataCollection = model::decodeRemoteConfig(*policy);
   }

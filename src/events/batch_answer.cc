@@ -4,20 +4,13 @@
 #include <unordered_set>
 
 #include "base/json.h"
+#include "base/members.h"
 
 namespace zarn::events {
 namespace {
 
-std::optional<std::string> stringMember(const Properties& object, std::string_view key) {
-  const Value* value = object.find(key);
-  const auto text = value != nullptr ? value->asString() : std::nullopt;
-  return text ? std::optional<std::string>(*text) : std::nullopt;
-}
-
-bool isTrue(const Properties& object, std::string_view key) {
-  const Value* value = object.find(key);
-  return value != nullptr && value->asBool().value_or(false);
-}
+using base::isTrue;
+using base::stringMember;
 
 std::span<const Value> arrayMember(const Properties& object, std::string_view key) {
   const Value* value = object.find(key);
