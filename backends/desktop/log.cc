@@ -10,6 +10,43 @@
 namespace zarn::desktop {
 
 void DescriptorLog::write(std::string_view line) {
+  // One at a time: of two threads that both find room in a pipe, one could take all of it.
+  if (writing_.test_and_set(std::memory_order_acquire)) {
+    ++dropped_;
+    return;
+  }
+  if (!writeNow(line)) {
+    ++dropped_;
+  } else if (const unsigned dropped = dropped_) {
+    const std::string report = "[Zarn] " + std::to_string(dropped) + " log lines were dropped";
+    if (writeNow(report)) dropped_ -= dropped;
+  }
+  writing_.clear(std::memory_order_release);
+}
+
+void DescriptorLog::debug(std::string_view line) {
+  if (debug_ == Debug::unknown) {
+    base::MutexLock lock(mutex_);
+    if (debug_ == Debug::unknown) {
+      if (early_.size() < kEarlyLines) early_.emplace_back(line);
+      return;
+    }
+  }
+  if (debug_ == Debug::on) write(line);
+}
+
+void DescriptorLog::setDebug(bool isOn) {
+  std::vector<std::string> early;
+  {
+    base::MutexLock lock(mutex_);
+    debug_ = isOn ? Debug::on : Debug::off;
+    early.swap(early_);
+  }
+  if (!isOn) return;
+  for (const std::string& line : early) write(line);
+}
+
+bool DescriptorLog::writeNow(std::string_view line) {
   std::array<char, PIPE_BUF> text;
   const std::size_t length = std::min(line.size(), text.size() - 1);
   std::transform(line.begin(), line.begin() + static_cast<std::ptrdiff_t>(length), text.begin(),
@@ -18,8 +55,8 @@ void DescriptorLog::write(std::string_view line) {
   // Asked first, since a pipe that nobody reads would block us, and one that is closed would kill
   // the process by a signal.
   pollfd state{.fd = fd_, .events = POLLOUT, .revents = 0};
-  if (::poll(&state, 1, 0) != 1 || (state.revents & (POLLERR | POLLNVAL)) != 0) return;
-  [[maybe_unused]] const ssize_t written = ::write(fd_, text.data(), length + 1);
+  if (::poll(&state, 1, 0) != 1 || (state.revents & (POLLERR | POLLNVAL)) != 0) return false;
+  return ::write(fd_, text.data(), length + 1) > 0;
 }
 
 }  // namespace zarn::desktop

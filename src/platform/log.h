@@ -7,15 +7,16 @@
 
 namespace zarn::platform {
 
-/// Any thread; never fails; does not wait.
+/// Any thread; never fails; does not wait: a line that can't be taken at once is lost.
 class LogSink {
  public:
   virtual ~LogSink() = default;
-  /// One line, without the line break.
+  /// One line, without the line break; seen by every host.
   virtual void write(std::string_view line) = 0;
-  /// One line of a backend's own, for hosts that have asked for debug lines.
+  /// One line of a backend's own, for hosts that have asked for debug lines. A sink may keep lines
+  /// until it is told.
   virtual void debug(std::string_view) {}
-  /// Whether the host has asked for them; told once it is known.
+  /// Whether the host has asked for them; told once it is known. The last call counts.
   virtual void setDebug(bool) {}
 };
 

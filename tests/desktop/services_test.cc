@@ -5,6 +5,8 @@
 #include <unistd.h>
 
 #include <array>
+#include <atomic>
+#include <chrono>
 #include <set>
 #include <string>
 #include <thread>
@@ -16,6 +18,8 @@
 
 namespace zarn::desktop {
 namespace {
+
+using namespace std::chrono_literals;
 
 TEST(Crypto, Sha256) {
   OpensslCrypto crypto;
@@ -93,6 +97,99 @@ TEST(Log, OneLineAWriteAndNeverAWait) {
   log.write("nobody reads");  // and no signal for it
   ::close(pipe[1]);
   log.write("nobody writes");
+}
+
+/// Both ends of a pipe; reading from it never waits.
+class ReadPipe {
+ public:
+  ReadPipe() {
+    EXPECT_EQ(::pipe2(ends_.data(), O_CLOEXEC), 0);
+    ::fcntl(ends_[0], F_SETFL, O_NONBLOCK);
+    ::fcntl(ends_[1], F_SETPIPE_SZ, 4 * 4096);
+  }
+  ~ReadPipe() {
+    for (const int end : ends_) ::close(end);
+  }
+  int in() const { return ends_[1]; }
+  std::string take(std::size_t most = 1 << 20) {
+    std::string all(most, ' ');
+    std::size_t size = 0;
+    while (size < most) {
+      const ssize_t got = ::read(ends_[0], all.data() + size, most - size);
+      if (got <= 0) break;
+      size += static_cast<std::size_t>(got);
+    }
+    all.resize(size);
+    return all;
+  }
+
+ private:
+  std::array<int, 2> ends_{};
+};
+
+TEST(Log, ThreadsThatRaceForTheLastRoomDoNotWait) {
+  ReadPipe pipe;
+  DescriptorLog log(pipe.in());
+  const std::string line(4000, 'x');  // a page each
+  std::atomic<bool> done = false;
+  std::array<std::atomic<int>, 2> written{};
+  std::vector<std::thread> threads;
+  for (auto& count : written) {
+    threads.emplace_back([&] {
+      for (; !done; ++count) log.write(line);
+    });
+  }
+  for (int round = 0; round < 500 && !done; ++round) {
+    pipe.take(line.size() + 1);  // room for one of them
+    const auto deadline = std::chrono::steady_clock::now() + 10s;
+    for (auto& count : written) {
+      const int before = count;
+      while (count < before + 3 && !done) {
+        std::this_thread::yield();
+        if (std::chrono::steady_clock::now() > deadline) done = true;
+      }
+    }
+    EXPECT_FALSE(done) << "in round " << round;
+  }
+  done = true;
+  pipe.take();
+  for (auto& thread : threads) thread.join();
+
+  for (int i = 0; i < 6; ++i) log.write(line);
+  pipe.take();
+  log.write("[Zarn] room again");
+  const std::string text = pipe.take();
+  EXPECT_EQ(text.rfind("[Zarn] room again\n[Zarn] ", 0), 0U) << text;
+  EXPECT_NE(text.find(" log lines were dropped\n"), std::string::npos) << text;
+  log.write("[Zarn] once");
+  EXPECT_EQ(pipe.take(), "[Zarn] once\n");
+}
+
+TEST(Log, DebugLinesAreForHostsThatAskedForThem) {
+  ReadPipe pipe;
+  const auto sayEarly = [](DescriptorLog& log) {
+    for (std::size_t i = 0; i < DescriptorLog::kEarlyLines + 2; ++i) log.debug("early");
+  };
+  DescriptorLog quiet(pipe.in());
+  sayEarly(quiet);
+  quiet.setDebug(false);
+  quiet.debug("later");
+  quiet.setDebug(true);
+  EXPECT_EQ(pipe.take(), "");
+
+  DescriptorLog open(pipe.in());
+  sayEarly(open);
+  EXPECT_EQ(pipe.take(), "");
+  open.setDebug(true);
+  std::string expected;
+  for (std::size_t i = 0; i < DescriptorLog::kEarlyLines; ++i) expected += "early\n";
+  EXPECT_EQ(pipe.take(), expected);
+  open.debug("later");
+  EXPECT_EQ(pipe.take(), "later\n");
+  open.setDebug(false);
+  open.debug("last");
+  open.write("always");
+  EXPECT_EQ(pipe.take(), "always\n");
 }
 
 }  // namespace

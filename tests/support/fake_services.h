@@ -91,6 +91,15 @@ class FakeLog final : public platform::LogSink {
     base::MutexLock lock(mutex_);
     lines_.emplace_back(line);
   }
+  void setDebug(bool isOn) override {
+    base::MutexLock lock(mutex_);
+    debug_ = isOn;
+  }
+  /// What the client has told; nothing before it.
+  std::optional<bool> debugAsTold() const {
+    base::MutexLock lock(mutex_);
+    return debug_;
+  }
   int count(std::string_view line) const {
     base::MutexLock lock(mutex_);
     return static_cast<int>(std::count(lines_.begin(), lines_.end(), line));
@@ -103,6 +112,7 @@ class FakeLog final : public platform::LogSink {
  private:
   mutable base::Mutex mutex_{base::LockRank::dispatch};
   std::vector<std::string> lines_ ZARN_GUARDED_BY(mutex_);
+  std::optional<bool> debug_ ZARN_GUARDED_BY(mutex_);
 };
 
 class FakeEnvironment final : public platform::Environment {
