@@ -4,6 +4,7 @@
 #include <thread>
 
 #include "base/json.h"
+#include "platform/clock.h"
 #include "platform/files.h"
 #include "platform/log.h"
 
@@ -14,6 +15,7 @@ constexpr base::Duration kFirstRetry = std::chrono::milliseconds(20);
 constexpr base::Duration kLastRetry = std::chrono::minutes(5);
 constexpr base::Duration kLateWrite = std::chrono::milliseconds(20);
 constexpr base::Duration kReportedRetry = std::chrono::seconds(1);
+constexpr base::Duration kReadRetry = std::chrono::seconds(1);
 
 /// Changes as values: a null takes the key away.
 void apply(const Properties& changes, Properties& values) {
@@ -35,10 +37,11 @@ Properties joined(Properties earlier, const Properties& later) {
 }  // namespace
 
 FileDefaults::FileDefaults(std::string folder, platform::Files& files, base::SerialQueue& writer,
-                           platform::LogSink& log)
+                           const platform::Clock& clock, platform::LogSink& log)
     : folder_(std::move(folder)),
       path_(folder_ + "/defaults.json"),
       files_(files),
+      clock_(clock),
       log_(log),
       writer_(writer),
       counter_(folder_ + "/defaults.counter"),
@@ -95,9 +98,15 @@ const Properties& FileDefaults::fresh() {
   // The count first: a change made after it is then seen the next time.
   const std::uint64_t count = counter_.value();
   if (seen_ == count) return values_;
+  const base::Duration now = clock_.monotonic();
+  if (failedRead_ && failedRead_->count == count && now < failedRead_->retryAt) return values_;
   // A file that can't be read just now must not look like settings that were never made.
   auto values = readFile();
-  if (!values) return values_;
+  if (!values) {
+    failedRead_ = {.count = count, .retryAt = now + kReadRetry};
+    return values_;
+  }
+  failedRead_.reset();
   values_ = std::move(*values);
   apply(writing_, values_);
   apply(changes_, values_);
@@ -114,7 +123,7 @@ std::optional<Properties> FileDefaults::readFile() {
   const auto parsed = base::parseJson(*text);
   const Properties* values = parsed ? parsed->asProperties() : nullptr;
   if (values) return *values;
-  log_.write("[Zarn] the defaults file is broken and counts as empty");
+  log_.debug("[Zarn] the defaults file is broken and counts as empty");
   return Properties();
 }
 
@@ -144,7 +153,7 @@ void FileDefaults::writeOnQueue() {
     retryDelay_ = kFirstRetry;
   } else {
     retryDelay_ = std::min(2 * retryDelay_, kLastRetry);
-    if (retryDelay_ >= kReportedRetry) log_.write("[Zarn] the defaults can't be written now");
+    if (retryDelay_ >= kReportedRetry) log_.debug("[Zarn] the defaults can't be written now");
   }
   retry_ = writer_.asyncAfter(outcome == Outcome::done ? base::Duration::zero() : retryDelay_,
                               base::weakly(scope_, [this] { writeOnQueue(); }));

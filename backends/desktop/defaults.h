@@ -20,6 +20,7 @@
 #include "platform/defaults.h"
 
 namespace zarn::platform {
+class Clock;
 class Files;
 class LogSink;
 }  // namespace zarn::platform
@@ -31,7 +32,7 @@ class FileDefaults final : public platform::Defaults {
   /// Keeps its files in `folder`, which it creates. `writer` runs what waits for the disk; it and
   /// the services must outlive this object.
   FileDefaults(std::string folder, platform::Files& files, base::SerialQueue& writer,
-               platform::LogSink& log);
+               const platform::Clock& clock, platform::LogSink& log);
   ~FileDefaults() override;
 
   std::optional<bool> getBool(std::string_view key) override;
@@ -53,6 +54,11 @@ class FileDefaults final : public platform::Defaults {
 
  private:
   enum class Outcome { done, locked, failed };
+  /// A file that could not be read: the count then, and when it is worth another try.
+  struct FailedRead {
+    std::uint64_t count;
+    base::Duration retryAt;
+  };
 
   /// The values, brought up to date first.
   const Properties& fresh() ZARN_REQUIRES(mutex_);
@@ -65,12 +71,14 @@ class FileDefaults final : public platform::Defaults {
   const std::string folder_;
   const std::string path_;
   platform::Files& files_;
+  const platform::Clock& clock_;
   platform::LogSink& log_;
   base::SerialQueue& writer_;
 
   base::Mutex mutex_{base::LockRank::leaf};
   SharedCounter counter_ ZARN_GUARDED_BY(mutex_);
   std::optional<std::uint64_t> seen_ ZARN_GUARDED_BY(mutex_);  // the count when values_ were read
+  std::optional<FailedRead> failedRead_ ZARN_GUARDED_BY(mutex_);
   Properties values_ ZARN_GUARDED_BY(mutex_);
   Properties changes_ ZARN_GUARDED_BY(mutex_);  // not yet in the file; null removes
   Properties writing_ ZARN_GUARDED_BY(mutex_);  // on their way into it

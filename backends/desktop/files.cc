@@ -11,6 +11,8 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
+#include <system_error>
 
 #include "base/fork_guard.h"
 #include "base/host_call.h"
@@ -96,10 +98,42 @@ bool isUsableFolder(const std::string& path) {
   return ::access(path.c_str(), R_OK | W_OK | X_OK) == 0;
 }
 
+/// Makes the folder or takes the one that is there. Anyone may have put something there before us:
+/// it must be a folder, ours, and closed to others.
+bool takePrivateFolder(const std::string& path) {
+  if (::mkdir(path.c_str(), kPrivateFolder) == 0) ::chmod(path.c_str(), kPrivateFolder);
+  struct stat status {};
+  return ::lstat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode) &&
+         status.st_uid == ::geteuid() && (status.st_mode & (S_IRWXG | S_IRWXO)) == 0 &&
+         isUsableFolder(path);
+}
+
+/// The same at every launch, so that what the last one has left is found again. Empty when the
+/// system gives no folder.
+std::string temporaryDirectory(const DataPlace& place, platform::Environment& environment) {
+  const auto set = environment.variable("TMPDIR");
+  const std::string parent =
+      set && set->starts_with('/') ? withoutTrailingSlashes(*set) : std::string("/tmp");
+  const std::string name = "zarn-" + std::to_string(::geteuid()) + "-" + asFileName(place.bundleId);
+  std::string path = parent + "/" + name;
+  if (takePrivateFolder(path)) return path;
+  path = parent + "/zarn-XXXXXX";
+  return ::mkdtemp(path.data()) != nullptr ? path : std::string();
+}
+
 }  // namespace
 
+std::string absolutePath(std::string path) {
+  if (path.empty() || path.front() == '/') return path;
+  std::error_code failed;
+  const auto current = std::filesystem::current_path(failed);
+  return failed ? path : (current / path).string();
+}
+
 std::string wantedDataDirectory(const DataPlace& place, platform::Environment& environment) {
-  if (!place.dataDirectory.empty()) return withoutTrailingSlashes(place.dataDirectory);
+  if (!place.dataDirectory.empty()) {
+    return place.dataDirectory.front() == '/' ? withoutTrailingSlashes(place.dataDirectory) : "";
+  }
   const std::string name = "/" + asFileName(place.bundleId);
   const auto data = environment.variable("XDG_DATA_HOME");
   if (data && data->starts_with('/')) return withoutTrailingSlashes(*data) + name;
@@ -121,12 +155,9 @@ void PosixFiles::chooseDataDirectory() {
       isUsableFolder(dataDirectory_)) {
     return;
   }
-  const auto temporary = environment_.variable("TMPDIR");
-  std::string pattern =
-      (temporary && temporary->starts_with('/') ? withoutTrailingSlashes(*temporary) : "/tmp") +
-      "/zarn-XXXXXX";
-  if (::mkdtemp(pattern.data()) != nullptr) dataDirectory_ = pattern;
-  log_.write("[Zarn] the data directory can't be used; what is stored will not last");
+  std::string temporary = temporaryDirectory(place_, environment_);
+  if (!temporary.empty()) dataDirectory_ = std::move(temporary);
+  log_.debug("[Zarn] the data directory can't be used; what is stored may not last");
 }
 
 bool PosixFiles::createDirectories(const std::string& path) {

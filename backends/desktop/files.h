@@ -13,20 +13,26 @@ class LogSink;
 
 namespace zarn::desktop {
 
-/// Where the app wants its data to be: `dataDirectory` when it is given, otherwise a folder of this
-/// name among the user's data.
+/// `path`, from the current folder on when it is relative; unchanged when it is empty, or when
+/// there is no current folder any more.
+std::string absolutePath(std::string path);
+
+/// Where the app wants its data to be: `dataDirectory`, which is absolute, when it is given,
+/// otherwise a folder of this name among the user's data.
 struct DataPlace {
   std::string dataDirectory;
   std::string bundleId;
 };
 
-/// The folder that `place` stands for; empty when there is no home to put it in.
+/// The folder that `place` stands for; empty when it is relative or there is no home to put it in.
 std::string wantedDataDirectory(const DataPlace& place, platform::Environment& environment);
 
 class PosixFiles : public platform::Files {
  public:
   PosixFiles(DataPlace place, platform::Environment& environment, platform::LogSink& log);
 
+  /// Where the wanted folder can't be used: a private one among the temporary files, the same at
+  /// every launch while it is there and nobody else's; otherwise a new one.
   std::string dataDirectory() override;
   bool createDirectories(const std::string& path) override;
   std::vector<std::string> list(const std::string& directory) override;

@@ -57,7 +57,7 @@ class DesktopHost {
   explicit DesktopHost(const HostInfo& info)
       : files_({.dataDirectory = info.dataDirectory, .bundleId = info.bundleId}, environment_,
                log_),
-        defaults_(files_.dataDirectory() + "/Zarn", files_, diskQueue_, log_),
+        defaults_(files_.dataDirectory() + "/Zarn", files_, diskQueue_, clock_, log_),
         device_({.bundleId = info.bundleId,
                  .name = info.name,
                  .version = info.version,
@@ -96,6 +96,8 @@ class DesktopHost {
 inline namespace ZARN_VERSION_NAMESPACE {
 
 void describeHost(HostInfo info) {
+  // Now, since the host may go to another folder before it is configured, or after.
+  info.dataDirectory = absolutePath(std::move(info.dataDirectory));
   Description& said = description();
   base::MutexLock lock(said.mutex);
   if (!std::exchange(said.final, true)) said.info = std::move(info);

@@ -20,6 +20,9 @@ struct HostInfo {
   std::string build = {};
   /// Where the library keeps its files, in a folder of its own that only the user can read.
   /// Default: a folder named after `bundleId` in XDG_DATA_HOME, or in ~/.local/share without it.
+  /// A relative path counts from the folder that is current when describeHost is called. Where the
+  /// folder can't be made or written to, a private one among the temporary files takes its place,
+  /// the same at every launch: what is there may be gone after a restart of the system.
   std::string dataDirectory = {};
 };
 

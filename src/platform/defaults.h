@@ -9,9 +9,11 @@
 
 namespace zarn::platform {
 
-/// Any thread. Reading answers from memory and costs nanoseconds. A change is in memory, and seen
-/// by every reader of this process, when the call returns, and soon after it is in the file. A
-/// value of another kind than asked for counts as absent.
+/// Any thread. Reading answers from memory and costs nanoseconds, but for the first time and the
+/// first after another process's change, when it reads a small file; while that can't be read, the
+/// values known before stay, and it is tried again at most once a second. A change is in memory,
+/// and seen by every reader of this process, when the call returns, and soon after it is in the
+/// file. A value of another kind than asked for counts as absent.
 class Defaults {
  public:
   virtual ~Defaults() = default;

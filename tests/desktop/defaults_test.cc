@@ -9,6 +9,7 @@
 #include <thread>
 #include <vector>
 
+#include "desktop/clock.h"
 #include "desktop/dispatch.h"
 #include "desktop/environment.h"
 #include "desktop/files.h"
@@ -24,7 +25,8 @@ constexpr const char* kProcessNumber = "ZARN_TEST_DEFAULTS_PROCESS";
 
 class LinesLog : public platform::LogSink {
  public:
-  void write(std::string_view line) override { lines.emplace_back(line); }
+  void write(std::string_view) override { ADD_FAILURE() << "seen by every host"; }
+  void debug(std::string_view line) override { lines.emplace_back(line); }
   std::vector<std::string> lines;
 };
 
@@ -33,11 +35,13 @@ class FailingFiles : public PosixFiles {
  public:
   using PosixFiles::PosixFiles;
   std::optional<std::string> read(const std::string& path) override {
+    ++reads;
     return failReads ? std::nullopt : PosixFiles::read(path);
   }
   bool writeAtomically(const std::string& path, std::string_view content) override {
     return !failWrites && PosixFiles::writeAtomically(path, content);
   }
+  int reads = 0;
   bool failReads = false;
   bool failWrites = false;
 };
@@ -45,7 +49,7 @@ class FailingFiles : public PosixFiles {
 class DefaultsTest : public ::testing::Test {
  protected:
   std::unique_ptr<FileDefaults> open() {
-    return std::make_unique<FileDefaults>(folder_.file("Zarn"), files_, queue_, log_);
+    return std::make_unique<FileDefaults>(folder_.file("Zarn"), files_, queue_, clock_, log_);
   }
   std::string file() { return files_.PosixFiles::read(path_).value_or(""); }
   void writeFile(std::string_view text) {
@@ -136,6 +140,37 @@ TEST_F(DefaultsTest, AFileThatCantBeReadNowIsNotTakenForAnEmptyOne) {
   EXPECT_EQ(file(), R"({"zarn_opt_out":true,"of":{"later":["version"]},"key":"value"})");
 }
 
+TEST_F(DefaultsTest, AFileThatCantBeReadNowIsNotOpenedByEveryCall) {
+  const auto defaults = open();
+  const auto other = open();
+  const auto changeElsewhere = [&](bool value) {
+    other->set("flag", value);
+    EXPECT_TRUE(other->flush(base::seconds(1)));
+    files_.reads = 0;
+  };
+  changeElsewhere(true);
+  for (int i = 0; i < 100; ++i) EXPECT_EQ(defaults->getBool("flag"), true);
+  EXPECT_EQ(files_.reads, 1);
+
+  changeElsewhere(false);
+  files_.failReads = true;
+  for (int i = 0; i < 100; ++i) EXPECT_EQ(defaults->getBool("flag"), true);
+  EXPECT_EQ(files_.reads, 1);
+  clock_.advance(base::seconds(1));
+  for (int i = 0; i < 100; ++i) EXPECT_EQ(defaults->getBool("flag"), true);
+  EXPECT_EQ(files_.reads, 2);
+  files_.failReads = false;
+  clock_.advance(base::seconds(1));
+  EXPECT_EQ(defaults->getBool("flag"), false);
+
+  files_.failReads = true;
+  other->set("flag", true);
+  EXPECT_EQ(defaults->getBool("flag"), false);
+  files_.failReads = false;
+  changeElsewhere(true);  // the next change ends the wait
+  EXPECT_EQ(defaults->getBool("flag"), true);
+}
+
 TEST_F(DefaultsTest, AFailedWriteIsTriedAgain) {
   const auto defaults = open();
   files_.failWrites = true;
@@ -201,7 +236,8 @@ void changeManyKeys(const std::string& folder, int process) {
   PosixFiles files({.dataDirectory = folder, .bundleId = ""}, environment, log);
   ThreadDispatch dispatch;
   base::SerialQueue queue(dispatch.pool(), "disk", base::LockRank::storeQueue);
-  FileDefaults defaults(folder + "/Zarn", files, queue, log);
+  SystemClock clock;
+  FileDefaults defaults(folder + "/Zarn", files, queue, clock, log);
   std::vector<std::thread> threads;
   for (int t = 0; t < 2; ++t) {
     threads.emplace_back([&, t] {

@@ -28,7 +28,8 @@ class FakeEnvironment : public platform::Environment {
 
 class LinesLog : public platform::LogSink {
  public:
-  void write(std::string_view line) override { lines.emplace_back(line); }
+  void write(std::string_view) override { ADD_FAILURE() << "seen by every host"; }
+  void debug(std::string_view line) override { lines.emplace_back(line); }
   std::vector<std::string> lines;
 };
 
@@ -143,6 +144,8 @@ TEST_F(FilesTest, ChoosesTheDataDirectory) {
             "/data/zarn-app");
   EXPECT_EQ(wantedDataDirectory({.dataDirectory = "/mine//", .bundleId = "x"}, environment_),
             "/mine");
+  EXPECT_EQ(wantedDataDirectory({.dataDirectory = "moves/with/us", .bundleId = "x"}, environment_),
+            "");
 }
 
 TEST_F(FilesTest, FallsBackToAPrivateTemporaryFolder) {
@@ -151,13 +154,30 @@ TEST_F(FilesTest, FallsBackToAPrivateTemporaryFolder) {
 
   ASSERT_TRUE(files_.writeAtomically(folder_.file("file"), "in the way"));
   environment_.variables["TMPDIR"] = folder_.path();
-  PosixFiles blocked({.dataDirectory = folder_.file("file/data"), .bundleId = ""}, environment_,
-                     log_);
-  const std::string chosen = blocked.dataDirectory();
-  EXPECT_EQ(chosen.rfind(folder_.file("zarn-"), 0), 0U);
-  EXPECT_EQ(blocked.dataDirectory(), chosen);
-  EXPECT_EQ(modeOf(chosen), 0700U);
+  const auto launch = [this](const std::string& bundleId) {
+    PosixFiles blocked({.dataDirectory = folder_.file("file/data"), .bundleId = bundleId},
+                       environment_, log_);
+    const std::string chosen = blocked.dataDirectory();
+    EXPECT_EQ(chosen.rfind(folder_.file("zarn-"), 0), 0U);
+    EXPECT_EQ(blocked.dataDirectory(), chosen);
+    EXPECT_EQ(modeOf(chosen), 0700U);
+    return chosen;
+  };
+  const mode_t before = ::umask(0777);
+  const std::string first = launch("com.example.shop");
+  ::umask(before);
   EXPECT_EQ(log_.lines.size(), 1U);
+  EXPECT_EQ(launch("com.example.shop"), first);  // and what is stored there goes out
+  EXPECT_NE(launch("com.example.other"), first);
+
+  // What others could have put there, or could look into, is not used.
+  ::chmod(first.c_str(), 0755);
+  EXPECT_NE(launch("com.example.shop"), first);
+  ASSERT_TRUE(files_.remove(first));
+  ASSERT_TRUE(files_.createDirectories(folder_.file("elsewhere")));
+  ASSERT_EQ(::symlink(folder_.file("elsewhere").c_str(), first.c_str()), 0);
+  EXPECT_NE(launch("com.example.shop"), first);
+  EXPECT_TRUE(files_.list(folder_.file("elsewhere")).empty());
 }
 
 }  // namespace

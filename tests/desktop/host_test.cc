@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <cstdlib>
+#include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <string>
@@ -24,12 +25,14 @@ constexpr const char* kFolder = "ZARN_TEST_HOST_FOLDER";
 TEST(HostProcess, Run) {
   const char* folder = ::getenv(kFolder);
   if (!folder) GTEST_SKIP() << "runs in a process that another test starts";
-  describeHost({.bundleId = "com.example.shop", .version = "2.4.1", .dataDirectory = folder});
+  ASSERT_EQ(::chdir(folder), 0);
+  describeHost({.bundleId = "com.example.shop", .version = "2.4.1", .dataDirectory = "data"});
+  ASSERT_EQ(::chdir("/"), 0);  // must not move the data
   describeHost({.bundleId = "com.example.late"});
   platform::Host& host = platform::processHost();
   describeHost({.bundleId = "com.example.later"});
   EXPECT_EQ(&platform::processHost(), &host);
-  EXPECT_EQ(host.files.dataDirectory(), folder);
+  EXPECT_EQ(host.files.dataDirectory(), std::filesystem::canonical(folder) / "data");
   EXPECT_EQ(host.device.app().bundleId, "com.example.shop");
   EXPECT_EQ(host.device.app().version, "2.4.1");
   EXPECT_NE(host.device.app().name, "");  // the executable's
@@ -47,7 +50,7 @@ TEST(Host, IsAsDescribedAndItsSettingsOutliveAnImmediateExit) {
   int status = 0;
   ASSERT_EQ(::waitpid(child, &status, 0), child);
   EXPECT_EQ(status, 0);
-  std::ifstream file(folder.file("Zarn/defaults.json"));
+  std::ifstream file(folder.file("data/Zarn/defaults.json"));
   const std::string text{std::istreambuf_iterator<char>(file), {}};
   EXPECT_EQ(text, R"({"set just before the exit":true})");
 }
