@@ -62,7 +62,9 @@ void HttpWorker::stop(base::Duration patience) {
 
 bool HttpWorker::ensureThread() {
   if (running_) return true;
-  // Here and not earlier, to keep its half of a millisecond off the host's thread.
+  // Half a millisecond, once, on the thread of the first request, which may be the host's. Not on
+  // the network thread: a host that forks meanwhile would give its child an OpenSSL that stays half
+  // initialised for ever.
   static const CURLcode initialised = curl_global_init(CURL_GLOBAL_DEFAULT);
   if (initialised != CURLE_OK) return false;
   multi_ = curl_multi_init();
