@@ -7,7 +7,10 @@
 #include <unistd.h>
 
 #include <memory>
+#include <string>
 #include <vector>
+
+#include "support/temp_directory.h"
 
 namespace zarn::base {
 namespace {
@@ -56,8 +59,9 @@ TEST(ForkGuardTest, TheChildClosesWhatIsRegistered) {
 }
 
 TEST(ForkGuardTest, AFileLockEndsWithItsHolderAlthoughAChildLives) {
-  char path[] = "/tmp/zarn-lock-XXXXXX";
-  const int fd = mkstemp(path);
+  const testing::TempDirectory folder;
+  const std::string path = folder.file("lock");
+  const int fd = open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, S_IRUSR | S_IWUSR);
   ASSERT_EQ(flock(fd, LOCK_EX), 0);
   int block[2];
   ASSERT_EQ(pipe(block), 0);
@@ -73,7 +77,7 @@ TEST(ForkGuardTest, AFileLockEndsWithItsHolderAlthoughAChildLives) {
   }
   close(fd);
   // The child may not have run yet.
-  int other = open(path, O_RDWR | O_CLOEXEC);
+  int other = open(path.c_str(), O_RDWR | O_CLOEXEC);
   bool isFree = false;
   for (int tries = 0; tries < 1000 && !isFree; ++tries) {
     isFree = flock(other, LOCK_EX | LOCK_NB) == 0;
@@ -84,7 +88,6 @@ TEST(ForkGuardTest, AFileLockEndsWithItsHolderAlthoughAChildLives) {
   close(block[1]);
   EXPECT_EQ(waitpid(child, nullptr, 0), child);
   close(other);
-  unlink(path);
 }
 
 }  // namespace
