@@ -67,9 +67,6 @@ std::unique_ptr<EventTable> EventTable::open(const std::string& path, const std:
 
 bool EventTable::create() {
   // What fails here shows at the latest when the statements are prepared.
-  // An insert dirties a page of the table and one of each index: small pages write a quarter as
-  // much to the log, which is what later has to be copied. Only a new file takes the size.
-  database_.execute("PRAGMA page_size=1024;");
   hasLog_ = startLog();
   database_.execute("PRAGMA synchronous=NORMAL;");
   database_.execute("PRAGMA temp_store=MEMORY;");

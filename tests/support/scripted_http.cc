@@ -31,7 +31,7 @@ void ScriptedHttp::cancel(platform::HttpTaskId id) {
 // Only a posting of the answer happens here, so nothing of the code under test runs inside.
 void ScriptedHttp::finish(std::deque<Waiting>::iterator which, platform::HttpResult result) {
   which->queue.async([completion = std::move(which->completion),
-                       result = std::move(result)]() mutable { completion(std::move(result)); });
+                      result = std::move(result)]() mutable { completion(std::move(result)); });
   waiting_.erase(which);
 }
 
