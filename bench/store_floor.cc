@@ -13,7 +13,7 @@ namespace zarn::bench {
 namespace {
 
 constexpr std::size_t kRowBytes = 700;
-constexpr int kLogFramesPerCheckpoint = 4000;  // 4 MiB
+constexpr int kLogFramesPerCheckpoint = 4000;  // as the store's upkeep
 
 constexpr const char* kPrepareDatabase =
     "PRAGMA journal_mode=WAL; PRAGMA synchronous=NORMAL;"

@@ -153,8 +153,8 @@ TEST_F(StoreFaultsTest, TheLogIsBoundedEvenWhereItsCopierCannotOpen) {
   auto store = open(vfs_.name());
   insert(*store, {"first"});
   vfs_.fail(FaultyVfs::Operation::open, {.forever = true, .code = SQLITE_CANTOPEN});
-  const std::string filler(20'000, ' ');
-  for (const std::string& id : numbered("E", 1200)) {
+  const std::string filler(100'000, ' ');
+  for (const std::string& id : numbered("E", 900)) {
     store->insert(event(id, filler));
     dispatch_.runUntilIdle();
   }
@@ -165,8 +165,8 @@ TEST_F(StoreFaultsTest, TheLogIsBoundedEvenWhereItsCopierCannotOpen) {
 
 TEST_F(StoreFaultsTest, WorksWithoutAWriteAheadLogAndSaysSo) {
   auto store = open("unix-dotfile");  // it shares no memory, without which SQLite refuses the log
-  const Ids ids = numbered("E", 300);
-  for (const std::string& id : ids) store->insert(event(id, std::string(3000, ' ')));
+  const Ids ids = numbered("E", 40);
+  for (const std::string& id : ids) store->insert(event(id, std::string(40'000, ' ')));
   ASSERT_EQ(reports_.size(), 1u);
   EXPECT_NE(reports_[0].find("write-ahead log"), std::string::npos);
   EXPECT_EQ(idsOf(store->fetchPending()), ids);
