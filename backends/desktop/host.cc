@@ -16,11 +16,13 @@
 #include "desktop/environment.h"
 #include "desktop/files.h"
 #include "desktop/http_client.h"
+#include "desktop/life_events.h"
 #include "desktop/log.h"
 #include "desktop/name_tagger.h"
 #include "desktop/path_monitor.h"
 #include "desktop/process.h"
 #include "desktop/random.h"
+#include "desktop/secure_store.h"
 #include "zarn/desktop.h"
 
 namespace zarn::desktop {
@@ -58,16 +60,20 @@ class DesktopHost {
       : files_({.dataDirectory = info.dataDirectory, .bundleId = info.bundleId}, environment_,
                log_),
         defaults_(files_.dataDirectory() + "/Zarn", files_, diskQueue_, clock_, log_),
+        secrets_(files_.dataDirectory() + "/Zarn/secrets", files_, diskQueue_),
         device_({.bundleId = info.bundleId,
                  .name = info.name,
                  .version = info.version,
-                 .build = info.build},
+                 .build = info.build,
+                 .buildType = {},
+                 .startTime = {}},
                 environment_, clock_, diskQueue_),
         http_(paths_, proxiesFrom(environment_)) {
     // Run newest first: once no thread of ours can change a setting, what is new gets written.
     onProcessExit([this](base::Duration left) { defaults_.finish(std::max(left, kLastWrite)); });
     onProcessExit([this](base::Duration left) { dispatch_.stop(left); });
     onProcessExit([this](base::Duration left) { http_.stop(left); });
+    onProcessExit([this](base::Duration) { life_.terminate(); });
   }
 
   platform::Host& services() { return services_; }
@@ -82,13 +88,15 @@ class DesktopHost {
   base::SerialQueue diskQueue_{*disk_, "zarn.disk", base::LockRank::storeQueue};
   PosixFiles files_;
   FileDefaults defaults_;
+  FileSecureStore secrets_;
   OpensslCrypto crypto_;
   LinuxDevice device_;
   NetlinkPathMonitor paths_;
+  ProcessLifeEvents life_;
   CurlHttpClient http_;
   DictionaryNameTagger names_;
-  platform::Host services_{dispatch_, clock_,  random_, log_,   environment_, files_,
-                           defaults_, crypto_, device_, paths_, http_,        names_};
+  platform::Host services_{dispatch_, clock_,  random_, log_,   environment_, files_, defaults_,
+                           secrets_,  crypto_, device_, paths_, life_,        http_,  names_};
 };
 
 }  // namespace

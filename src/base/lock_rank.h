@@ -22,6 +22,10 @@ enum class LockRank : std::uint8_t {
   storeQueue,         // one per database
   networkGuard,       // control-plane requests under way
   transport,          // batch requests under way
+  identityPersist,    // writing identity down
+  configRefresh,      // the refresh timer
+  replayAdmission,    // one replay policy is admitted at a time
+  replayPolicyFile,   // reading and writing the replay policy's file
   leaf,               // short, calls nothing out
   dispatch,           // inside executors and serial queues
 };

@@ -11,10 +11,12 @@ class Dispatch;
 class Environment;
 class Files;
 class HttpClient;
+class LifeEvents;
 class LogSink;
 class NameTagger;
 class PathMonitor;
 class Random;
+class SecureStore;
 
 /// Only the composition root sees all of it; a class takes exactly the services it uses.
 struct Host {
@@ -25,9 +27,11 @@ struct Host {
   Environment& environment;
   Files& files;
   Defaults& defaults;
+  SecureStore& secrets;
   Crypto& crypto;
   Device& device;
   PathMonitor& paths;
+  LifeEvents& life;
   HttpClient& http;
   NameTagger& names;
 };

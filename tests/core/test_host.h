@@ -27,13 +27,15 @@ struct TestHost {
   FakeEnvironment environment;
   desktop::PosixFiles files{{.dataDirectory = directory.path(), .bundleId = ""}, environment, log};
   FakeDefaults defaults;
+  FakeSecureStore secrets;
   FakeCrypto crypto;
   FakeDevice device;
   FakePathMonitor paths;
+  FakeLifeEvents life;
   ScriptedHttp http;
   FakeNameTagger names;
-  platform::Host services{dispatch, clock,  random, log,   environment, files,
-                          defaults, crypto, device, paths, http,        names};
+  platform::Host services{dispatch, clock,  random, log,   environment, files, defaults,
+                          secrets,  crypto, device, paths, life,        http,  names};
 };
 
 /// A client on a host that may have had clients before: a relaunch is a new one on the same host.

@@ -16,9 +16,11 @@
 #include "platform/defaults.h"
 #include "platform/device.h"
 #include "platform/environment.h"
+#include "platform/life_events.h"
 #include "platform/log.h"
 #include "platform/path_monitor.h"
 #include "platform/random.h"
+#include "platform/secure_store.h"
 
 namespace zarn::testing {
 
@@ -85,6 +87,23 @@ class FakeDefaults final : public platform::Defaults {
   std::map<std::string, Stored> values_ ZARN_GUARDED_BY(mutex_);
 };
 
+class FakeSecureStore final : public platform::SecureStore {
+ public:
+  std::optional<std::string> read(std::string_view account) override {
+    base::MutexLock lock(mutex_);
+    const auto found = values_.find(std::string(account));
+    return found == values_.end() ? std::nullopt : std::optional(found->second);
+  }
+  void write(std::string_view account, std::string_view value) override {
+    base::MutexLock lock(mutex_);
+    values_[std::string(account)] = value;
+  }
+
+ private:
+  base::Mutex mutex_{base::LockRank::dispatch};
+  std::map<std::string, std::string> values_ ZARN_GUARDED_BY(mutex_);
+};
+
 class FakeLog final : public platform::LogSink {
  public:
   void write(std::string_view line) override {
@@ -128,7 +147,7 @@ class FakeDevice final : public platform::Device {
  public:
   const platform::DeviceFacts& device() override { return deviceFacts; }
   const platform::AppFacts& app() override { return appFacts; }
-  platform::LocaleFacts locale() override { return {.locale = "en_GB", .timezone = "Europe/Oslo"}; }
+  platform::LocaleFacts locale() override { return localeFacts; }
   platform::Battery battery() override {
     ++batteryReads;
     return batteryState;
@@ -140,6 +159,12 @@ class FakeDevice final : public platform::Device {
                                     .screenHeight = 800};
   platform::AppFacts appFacts{
       .bundleId = "com.example.shop", .name = "Shop", .version = "2.4.1", .build = "241"};
+  platform::LocaleFacts localeFacts{.locale = "en_GB",
+                                    .timezone = "Europe/Oslo",
+                                    .languages = {"en-GB"},
+                                    .calendar = "gregorian",
+                                    .region = "GB",
+                                    .uses24hFormat = true};
   platform::Battery batteryState;
   int batteryReads = 0;
 };
@@ -160,6 +185,21 @@ class FakePathMonitor final : public platform::PathMonitor {
  private:
   std::optional<base::SerialQueue::Poster> queue_;
   std::function<void(platform::NetworkPath)> changed_;
+};
+
+/// Tells an event when the test says so, on the test's thread.
+class FakeLifeEvents final : public platform::LifeEvents {
+ public:
+  void start(std::function<void(platform::LifeEvent)> happened) override {
+    happened_ = std::move(happened);
+  }
+  void stop() override { happened_ = nullptr; }
+  void tell(platform::LifeEvent event) {
+    if (happened_) happened_(event);
+  }
+
+ private:
+  std::function<void(platform::LifeEvent)> happened_;
 };
 
 class FakeCrypto final : public platform::Crypto {

@@ -1,0 +1,21 @@
+// A few short secrets that outlive the app's other data where the platform can do that.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace zarn::platform {
+
+/// Any thread. Accounts are names such as "zarn_anonymous_id". Failures are silent: a read that
+/// fails gives nothing, a write that fails leaves what was there.
+class SecureStore {
+ public:
+  virtual ~SecureStore() = default;
+  virtual std::optional<std::string> read(std::string_view account) = 0;
+  /// Outlives this process, however it ends, once the call returns; the loss of power only soon
+  /// after. Never waits for the disk.
+  virtual void write(std::string_view account, std::string_view value) = 0;
+};
+
+}  // namespace zarn::platform
