@@ -39,6 +39,8 @@ class JsonWriter {
   JsonWriter& boolean(bool value);
   JsonWriter& integer(std::int64_t value);
   JsonWriter& number(double value);
+  /// With as few digits as tell the float from its neighbours; as a double it would show many more.
+  JsonWriter& shortNumber(float value);
   JsonWriter& string(std::string_view text);
   /// By the rules of values on the wire: dates as ISO 8601 with milliseconds, decimals as numbers.
   JsonWriter& value(const Value& value);

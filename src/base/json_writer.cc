@@ -162,6 +162,14 @@ JsonWriter& JsonWriter::number(double value) {
   return *this;
 }
 
+JsonWriter& JsonWriter::shortNumber(float value) {
+  if (!std::isfinite(value)) return null();
+  separate();
+  char buffer[32];
+  out_.append(buffer, std::to_chars(buffer, buffer + sizeof buffer, value).ptr);
+  return *this;
+}
+
 JsonWriter& JsonWriter::string(std::string_view text) {
   separate();
   appendString(out_, text);

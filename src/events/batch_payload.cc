@@ -18,9 +18,9 @@ std::string head(const BatchEnvelope& envelope) {
       .member("sdk_version", model::kSdkVersion)
       .member("app_version", envelope.appVersion)
       .member("bundle_id", envelope.bundleId)
-      .member("release_id", envelope.releaseId)
-      .key("batch")
-      .beginArray();
+      .member("release_id", envelope.releaseId);
+  if (envelope.context) json.key("context").raw(*envelope.context);
+  json.key("batch").beginArray();
   return out;
 }
 

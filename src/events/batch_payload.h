@@ -16,7 +16,8 @@ struct BatchEnvelope {
   std::string environment;
   std::string appVersion;
   std::string bundleId;
-  std::string releaseId;  // empty until the server has named one
+  std::string releaseId;                       // empty until the server has named one
+  std::shared_ptr<const std::string> context;  // a JSON object; null: the batch goes without
 };
 
 /// The body in pieces, sent one after the other: the events are shared with the batch, not copied.

@@ -1,33 +1,13 @@
 #include "events/event_context.h"
 
-#include <array>
-#include <charconv>
+#include <optional>
 #include <utility>
 
 #include "base/json.h"
+#include "model/connection_type.h"
 #include "model/wire.h"
 
 namespace zarn::events {
-
-namespace {
-
-/// As few digits as tell the float from its neighbours; as a double it would show many more.
-std::string shortestText(float value) {
-  std::array<char, 32> digits;
-  const auto end = std::to_chars(digits.data(), digits.data() + digits.size(), value).ptr;
-  return {digits.data(), end};
-}
-
-}  // namespace
-
-std::string_view connectionType(const std::optional<platform::NetworkPath>& path) {
-  if (!path) return "unknown";
-  if (!path->satisfied) return "offline";
-  if (path->usesWifi) return "wifi";
-  if (path->usesCellular) return "cellular";
-  if (path->usesEthernet) return "ethernet";
-  return "unknown";
-}
 
 std::string encodeEventContext(const ContextInputs& inputs, const platform::DeviceFacts& device,
                                const platform::AppFacts& app, const platform::LocaleFacts& locale) {
@@ -48,11 +28,10 @@ std::string encodeEventContext(const ContextInputs& inputs, const platform::Devi
       .key("screen_height")
       .integer(hardware ? device.screenHeight : 0);
   if (model::allows(gates, &model::DeviceConfig::connectionInfo)) {
-    json.member("connection_type",
-                connectionType(inputs.path ? std::optional(*inputs.path) : std::nullopt));
+    json.member("connection_type", model::connectionType(inputs.path.get()));
   }
   if (const auto level = inputs.battery.level; level && *level >= 0) {
-    json.key("battery_level").raw(shortestText(*level));
+    json.key("battery_level").shortNumber(*level);
   }
   if (inputs.battery.charging) json.key("is_charging").boolean(*inputs.battery.charging);
   json.endObject();

@@ -2,9 +2,7 @@
 #pragma once
 
 #include <memory>
-#include <optional>
 #include <string>
-#include <string_view>
 
 #include "base/mutex.h"
 #include "model/published.h"
@@ -13,9 +11,6 @@
 #include "platform/path_monitor.h"
 
 namespace zarn::events {
-
-/// "wifi", "cellular", "ethernet", "offline" or "unknown".
-std::string_view connectionType(const std::optional<platform::NetworkPath>& path);
 
 /// What can change while the process runs.
 struct ContextInputs {

@@ -25,7 +25,8 @@ BatchEnvelope envelopeFor(const model::Configuration& configuration,
           .environment = configuration.environment(),
           .appVersion = orUnknown(app.version),
           .bundleId = orUnknown(app.bundleId),
-          .releaseId = {}};
+          .releaseId = {},
+          .context = {}};
 }
 
 }  // namespace
@@ -123,6 +124,11 @@ void Transport::resumeSends() {
 void Transport::setReleaseId(std::string releaseId) {
   base::MutexLock lock(taskLock_);
   envelope_.releaseId = std::move(releaseId);
+}
+
+void Transport::setEnrichedContext(std::shared_ptr<const std::string> json) {
+  base::MutexLock lock(taskLock_);
+  envelope_.context = std::move(json);
 }
 
 }  // namespace zarn::events

@@ -7,6 +7,7 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <unordered_map>
 
@@ -41,6 +42,8 @@ class Transport : public BatchSender {
   void resumeSends();
 
   void setReleaseId(std::string releaseId);
+  /// The full context as a JSON object, for batches from now on; null leaves it out of them.
+  void setEnrichedContext(std::shared_ptr<const std::string> json);
 
  private:
   platform::HttpRequest makeRequest(const std::vector<model::EncodedEvent>& batch)

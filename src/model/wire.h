@@ -5,13 +5,9 @@
 
 namespace zarn::model {
 
-/// The server files everything under one platform word; which one is settled when the library is
-/// built.
-#if defined(ZARN_WIRE_PLATFORM)
-inline constexpr std::string_view kWirePlatform = ZARN_WIRE_PLATFORM;
-#else
-inline constexpr std::string_view kWirePlatform = "ios";
-#endif
+/// The platform under which the server files everything: ZARN_WIRE_PLATFORM when the library is
+/// built. It names the kind of data, not the system: that is told by the context of a batch.
+extern const std::string_view kWirePlatform;
 
 inline constexpr std::string_view kSdkVersion = "1.0.16";
 

@@ -25,7 +25,8 @@ struct DeviceFacts {
   bool isSimulator = false;  // a virtual machine or simulator
   int screenWidth = 0;       // pixels of the main screen
   int screenHeight = 0;
-  double screenScale = 1;  // pixels in a point
+  double screenScale = 1;        // pixels in a point
+  std::optional<int> screenDpi;  // pixels in an inch
   int maxTouchPoints = 0;
   int processorCount = 0;
   std::uint64_t physicalMemory = 0;  // bytes
