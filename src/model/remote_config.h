@@ -95,6 +95,22 @@ struct RemoteDataCollectionConfig {
 /// Nothing when `json` is no object or a known key has another type than it must have. Unknown keys
 /// are ignored; null counts as absent.
 std::optional<RemoteDataCollectionConfig> decodeRemoteConfig(const Value& json);
+/// JSON of the keys that are there, in the order of the records above; decodes to an equal record.
+std::string encodeRemoteConfig(const RemoteDataCollectionConfig& config);
+
+/// The answer to a config fetch.
+struct ConfigResponse {
+  RemoteDataCollectionConfig dataCollection;
+  /// The server asks to stop sending; absent counts as false.
+  bool paused = false;
+};
+
+/// Nothing when "dataCollection" is missing or a known key has another type than it must have; the
+/// first such key is then added to `misfit` as in "dataCollection.replay.sampleRate", or nothing
+/// when `json` is no object.
+std::optional<ConfigResponse> decodeConfigResponse(const Value& json,
+                                                   std::string* misfit = nullptr);
+std::string encodeConfigResponse(const ConfigResponse& response);
 
 /// Reads a flag of a section, either of which may be absent: `allows(config.core,
 /// &CoreConfig::errors)`.
