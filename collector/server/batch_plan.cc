@@ -1,7 +1,11 @@
 #include "server/batch_plan.h"
 
+#include "server/spoilt_reply.h"
+
 namespace zarn::collector {
 namespace {
+
+constexpr std::string_view kMistyped = R"({"accepted_event_ids":"all","errors":{},"paused":"no"})";
 
 void setAll(BatchRecord& record, std::optional<Verdict> verdict, bool keep) {
   for (Delivered& event : record.events) {
@@ -22,13 +26,6 @@ std::string ordinaryAnswer(const BatchRecord& record, std::string_view message) 
 // Every kind of fault but delay and outcomes leaves the whole batch without acknowledgement.
 bool spoilsAnswer(const FaultRule& fault) {
   return fault.kind != FaultKind::delay && fault.kind != FaultKind::outcomes;
-}
-
-Reply spoilt(Reply reply, const FaultRule& fault) {
-  if (fault.kind == FaultKind::status) reply = errorReply(fault.status, fault.message);
-  if (fault.kind == FaultKind::empty) reply.body.clear();
-  reply.fault = fault;
-  return reply;
 }
 
 }  // namespace
@@ -56,15 +53,11 @@ Reply planBatch(BatchRecord& record, const Meeting& meeting) {
   } else {
     reply.body = ordinaryAnswer(record, {});
   }
-  if (fault) reply = spoilt(std::move(reply), *fault);
-  const bool isSilent = fault && (fault->kind == FaultKind::hang || fault->kind == FaultKind::drop);
-  record.status = isSilent ? 0 : reply.status;
-  if (!isSilent) record.response = reply.body;
+  if (fault) reply = spoiltReply(std::move(reply), *fault, kMistyped);
+  const bool silent = fault && isSilent(*fault);
+  record.status = silent ? 0 : reply.status;
+  if (!silent) record.response = reply.body;
   return reply;
-}
-
-Reply planCall(Reply ordinary, const std::optional<FaultRule>& fault) {
-  return fault ? spoilt(std::move(ordinary), *fault) : ordinary;
 }
 
 }  // namespace zarn::collector

@@ -22,7 +22,4 @@ struct Meeting {
 /// reply's fault still does to it on the way out (delay, hang, drop, cut) is left to the sender.
 Reply planBatch(BatchRecord& record, const Meeting& meeting);
 
-/// The reply to init and config when a fault strikes; `ordinary` otherwise.
-Reply planCall(Reply ordinary, const std::optional<FaultRule>& fault);
-
 }  // namespace zarn::collector

@@ -164,15 +164,6 @@ Reply ControlApi::batch(const Request& request) {
   return reply(std::move(result), error);
 }
 
-Reply ControlApi::calls(const Request& request) {
-  Parameters parameters(request);
-  const Page page = parameters.page(false);
-  if (const std::string wrong = parameters.error(); !wrong.empty()) return errorReply(400, wrong);
-  std::string error;
-  auto result = queries_.calls(page, error);
-  return reply(std::move(result), error);
-}
-
 Reply ControlApi::live(const Request&) {
   Reply live;
   live.isLive = true;
@@ -223,17 +214,8 @@ Reply ControlApi::removeFault(const Request& request) {
 }
 
 Reply ControlApi::pause(const Request& request) {
-  rapidjson::Document body;
-  std::string error;
   std::string reason;
-  if (!request.body.empty()) {
-    const bool isObject = parseJson(request.body, body, error) && body.IsObject();
-    const bool hasReason = isObject && body.HasMember("reason");
-    if (!isObject || (hasReason && !body["reason"].IsString())) {
-      return errorReply(400, "the body must be like {\"reason\": \"maintenance\"}");
-    }
-    if (hasReason) reason = textOf(body["reason"]);
-  }
+  if (!readReason(request, reason)) return errorReply(400, kReasonForm);
   faults_.pause(std::move(reason));
   return faultsChanged();
 }

@@ -42,7 +42,6 @@ class ControlApi {
   Reply ids(const Request& request);
   Reply batches(const Request& request);
   Reply batch(const Request& request);
-  Reply calls(const Request& request);
   Reply live(const Request& request);
   Reply reset(const Request& request);
 

@@ -47,12 +47,11 @@ FaultBoard::Entry* FaultBoard::find(std::int64_t id) {
   return found == entries_.end() ? nullptr : &*found;
 }
 
-std::optional<FaultRule> FaultBoard::strike(Endpoint endpoint) {
+std::optional<FaultRule> FaultBoard::strike(Endpoint endpoint, std::string_view project) {
   const Lock lock(mutex_);
   for (Entry& entry : entries_) {
     const FaultRule& rule = entry.rule;
-    if (rule.endpoint && rule.endpoint != endpoint) continue;
-    if (rule.kind == FaultKind::outcomes && endpoint != Endpoint::batch) continue;
+    if (!concerns(rule, endpoint, project)) continue;
     if (rule.count && entry.struck >= *rule.count) continue;
     // For outcomes, share and every pick events, not requests.
     if (rule.kind != FaultKind::outcomes && !strikes(rule, entry.met++)) continue;

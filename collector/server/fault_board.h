@@ -24,8 +24,8 @@ class FaultBoard {
   bool remove(std::int64_t id);
   void clear();
 
-  /// Which fault strikes a request to the endpoint, if any, counting it.
-  std::optional<FaultRule> strike(Endpoint endpoint);
+  /// Which fault strikes a request of the project to the endpoint, if any, counting it.
+  std::optional<FaultRule> strike(Endpoint endpoint, std::string_view project = {});
   /// Which of the next events an `outcomes` fault picks. Its turns go on from batch to batch.
   std::vector<bool> pick(const FaultRule& rule, std::size_t events);
 

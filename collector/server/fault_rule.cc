@@ -16,12 +16,22 @@ struct Word {
   std::string_view text;
   Enum value;
 };
-constexpr Word<FaultKind> kKinds[] = {{"status", FaultKind::status},    {"delay", FaultKind::delay},
-                                      {"hang", FaultKind::hang},        {"drop", FaultKind::drop},
-                                      {"cut", FaultKind::cut},          {"empty", FaultKind::empty},
-                                      {"outcomes", FaultKind::outcomes}};
-constexpr Word<Endpoint> kEndpoints[] = {
-    {"batch", Endpoint::batch}, {"init", Endpoint::init}, {"config", Endpoint::config}};
+constexpr Word<FaultKind> kKinds[] = {{"status", FaultKind::status},
+                                      {"delay", FaultKind::delay},
+                                      {"hang", FaultKind::hang},
+                                      {"drop", FaultKind::drop},
+                                      {"cut", FaultKind::cut},
+                                      {"empty", FaultKind::empty},
+                                      {"outcomes", FaultKind::outcomes},
+                                      {"stale", FaultKind::stale},
+                                      {"no_policy", FaultKind::noPolicy},
+                                      {"garbled", FaultKind::garbled},
+                                      {"mistyped", FaultKind::mistyped},
+                                      {"body", FaultKind::body}};
+constexpr Word<Endpoint> kEndpoints[] = {{"batch", Endpoint::batch},
+                                         {"init", Endpoint::init},
+                                         {"recovery", Endpoint::recovery},
+                                         {"config", Endpoint::config}};
 constexpr Word<Verdict> kVerdicts[] = {{"accept", Verdict::accept},
                                        {"permanent", Verdict::permanent},
                                        {"transient", Verdict::transient},
@@ -55,6 +65,12 @@ std::string readNumber(std::string_view text, Number least, Number most, Target&
   return {};
 }
 
+std::string readText(std::string_view text, std::size_t most, std::string& target) {
+  if (text.size() > most) return "must have at most " + std::to_string(most) + " characters";
+  target = text;
+  return {};
+}
+
 // Sets one field from its text; the answer is what is wrong, or nothing.
 std::string setField(FaultRule& rule, std::string_view key, std::string_view text) {
   if (key == "kind") return readWord(text, kKinds, rule.kind);
@@ -71,16 +87,24 @@ std::string setField(FaultRule& rule, std::string_view key, std::string_view tex
   if (key == "every") return readNumber<std::int64_t>(text, 1, 1'000'000, rule.every);
   if (key == "share") return readNumber<double>(text, 0, 1, rule.share);
   if (key == "seed") return readNumber<std::int64_t>(text, 0, INT64_MAX, rule.seed);
-  if (key == "message") {
-    if (text.size() > 500) return "must have at most 500 characters";
-    rule.message = text;
-    return {};
-  }
+  if (key == "revision") return readNumber<std::int64_t>(text, 0, INT64_MAX, rule.revision);
+  if (key == "message") return readText(text, 500, rule.message);
+  if (key == "project") return readText(text, 500, rule.project);
+  if (key == "body") return readText(text, 65'536, rule.body);
   return "is no part of a fault";
 }
 
-std::string checkWhole(const FaultRule& rule, bool hasKind) {
+bool isOfPolicy(FaultKind kind) {
+  return kind == FaultKind::stale || kind == FaultKind::noPolicy;
+}
+
+// Looks at the rule once all its fields are set.
+std::string finish(FaultRule& rule, bool hasKind, bool hasStatus) {
   if (!hasKind) return "kind is missing";
+  if (rule.kind == FaultKind::body && !hasStatus) rule.status = 200;
+  if (isOfPolicy(rule.kind) && rule.endpoint == Endpoint::batch) {
+    return std::string(faultWord(rule.kind)) + " is for the endpoints init, recovery and config";
+  }
   if (rule.kind == FaultKind::outcomes && rule.endpoint && rule.endpoint != Endpoint::batch) {
     return "outcomes are for the endpoint batch";
   }
@@ -108,7 +132,7 @@ std::optional<FaultRule> ruleFrom(const rapidjson::Value& object, std::string& e
       return std::nullopt;
     }
   }
-  error = checkWhole(rule, object.HasMember("kind"));
+  error = finish(rule, object.HasMember("kind"), object.HasMember("status"));
   if (!error.empty()) return std::nullopt;
   return rule;
 }
@@ -162,6 +186,7 @@ std::optional<std::vector<FaultRule>> faultsFromJson(std::string_view json, std:
 std::optional<FaultRule> faultFromWords(std::string_view words, std::string& error) {
   FaultRule rule;
   bool hasKind = false;
+  bool hasStatus = false;
   while (!words.empty()) {
     const std::string_view pair = words.substr(0, words.find(','));
     words.remove_prefix(std::min(words.size(), pair.size() + 1));
@@ -172,14 +197,23 @@ std::optional<FaultRule> faultFromWords(std::string_view words, std::string& err
     }
     const std::string_view key = pair.substr(0, equals);
     hasKind = hasKind || key == "kind";
+    hasStatus = hasStatus || key == "status";
     if (const std::string wrong = setField(rule, key, pair.substr(equals + 1)); !wrong.empty()) {
       error = quoted(key) + " " + wrong;
       return std::nullopt;
     }
   }
-  error = checkWhole(rule, hasKind);
+  error = finish(rule, hasKind, hasStatus);
   if (!error.empty()) return std::nullopt;
   return rule;
+}
+
+bool concerns(const FaultRule& rule, Endpoint endpoint, std::string_view project) {
+  if (!rule.project.empty() && rule.project != project) return false;
+  if (rule.kind == FaultKind::outcomes && endpoint != Endpoint::batch) return false;
+  if (isOfPolicy(rule.kind) && endpoint == Endpoint::batch) return false;
+  const bool isInit = rule.endpoint == Endpoint::init && endpoint == Endpoint::recovery;
+  return !rule.endpoint || rule.endpoint == endpoint || isInit;
 }
 
 bool strikes(const FaultRule& rule, std::uint64_t n) {
@@ -192,7 +226,10 @@ void writeFault(JsonOut& out, const FaultRule& rule) {
   out.field("id", rule.id)
       .field("endpoint", rule.endpoint ? endpointWord(*rule.endpoint) : "all")
       .field("kind", faultWord(rule.kind));
+  out.optional("project", rule.project);
   if (rule.kind == FaultKind::status) out.field("status", rule.status);
+  if (rule.kind == FaultKind::body) out.field("status", rule.status).field("body", rule.body);
+  if (rule.kind == FaultKind::stale) out.field("revision", rule.revision);
   if (rule.delayMs > 0) out.field("delay_ms", rule.delayMs);
   if (rule.kind == FaultKind::hang) out.field("hang_ms", rule.hangMs);
   if (rule.count) out.field("count", *rule.count);

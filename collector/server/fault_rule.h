@@ -2,6 +2,7 @@
 //
 //   {"endpoint": "batch", "kind": "status", "status": 503, "count": 3}
 //   {"kind": "outcomes", "outcome": "transient", "every": 5, "delay_ms": 200}
+//   {"endpoint": "recovery", "kind": "no_policy", "project": "shop"}
 //   --fault endpoint=batch,kind=cut,keep=true,share=0.25
 #pragma once
 
@@ -17,7 +18,8 @@ namespace zarn::collector {
 
 class JsonOut;
 
-enum class Endpoint { batch, init, config };
+/// `recovery` is the init request of a client that recovers.
+enum class Endpoint { batch, init, recovery, config };
 
 enum class FaultKind {
   status,    // answers `status`
@@ -27,11 +29,17 @@ enum class FaultKind {
   cut,       // announces the whole answer and closes after half of it
   empty,     // answers 200 without a body
   outcomes,  // answers `outcome` for the events that `every` or `share` picks
+  stale,     // init and config: answers with older settings of the project, `revision`
+  noPolicy,  // init and config: answers without the policy
+  garbled,   // answers 200 with half of the usual body, as if that were all
+  mistyped,  // answers 200 with the usual keys and values of wrong types
+  body,      // answers `body` with `status`
 };
 
 struct FaultRule {
   std::int64_t id = 0;
-  std::optional<Endpoint> endpoint;  // none: every endpoint
+  std::optional<Endpoint> endpoint;  // none: every endpoint; init: those of recovery too
+  std::string project;               // empty: every project
   FaultKind kind = FaultKind::status;
   int status = 503;
   int delayMs = 0;  // before any kind's answer, 0 to 600,000
@@ -43,6 +51,8 @@ struct FaultRule {
   bool keep = false;                  // whether events are kept although they are not acknowledged
   Verdict outcome = Verdict::transient;
   std::string message = "fault";
+  std::int64_t revision = 0;  // for stale; 0: the one before the newest
+  std::string body;
 };
 
 std::string_view endpointWord(Endpoint endpoint);
@@ -55,6 +65,8 @@ std::optional<FaultRule> faultFromJson(std::string_view json, std::string& error
 std::optional<std::vector<FaultRule>> faultsFromJson(std::string_view json, std::string& error);
 std::optional<FaultRule> faultFromWords(std::string_view words, std::string& error);
 
+/// Whether the rule is about requests of this kind and project.
+bool concerns(const FaultRule& rule, Endpoint endpoint, std::string_view project);
 /// Whether the rule, met for the nth time (from 0), strikes. Depends on nothing else.
 bool strikes(const FaultRule& rule, std::uint64_t n);
 

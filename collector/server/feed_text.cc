@@ -72,17 +72,19 @@ std::string batchText(const BatchRecord& batch) {
   return out.end().end().take();
 }
 
-std::string callText(const CallRecord& call) {
-  return JsonOut()
-      .object()
-      .field("received_at", isoText(call.receivedMs))
-      .field("endpoint", call.endpoint)
-      .field("status", call.status)
-      .optional("cause", call.cause)
-      .key("problems")
-      .strings(call.problems)
-      .end()
-      .take();
+std::string exchangeText(const ExchangeRecord& exchange) {
+  JsonOut out;
+  out.object()
+      .field("id", exchange.id)
+      .field("received_at", isoText(exchange.receivedMs))
+      .field("endpoint", endpointWord(exchange.endpoint))
+      .optional("project_id", exchange.caller.project)
+      .optional("environment", exchange.caller.environment)
+      .field("app", appName(exchange.caller.bundleId))
+      .field("status", exchange.status)
+      .optional("cause", exchange.cause);
+  if (exchange.told.revision) out.field("revision", *exchange.told.revision);
+  return out.key("problems").strings(exchange.caller.problems).end().take();
 }
 
 }  // namespace zarn::collector

@@ -1,4 +1,4 @@
-// What listeners of the live feed are told of a batch or another call.
+// What listeners of the live feed are told of a batch or an exchange.
 #pragma once
 
 #include <string>
@@ -9,6 +9,6 @@ namespace zarn::collector {
 
 /// The batch's sums and, of its kept events, the last 100 as the events API shows them.
 std::string batchText(const BatchRecord& batch);
-std::string callText(const CallRecord& call);
+std::string exchangeText(const ExchangeRecord& exchange);
 
 }  // namespace zarn::collector

@@ -228,6 +228,7 @@ void HttpServer::answer(Router& router, const httplib::Request& request,
   ours.parameters = request.params;
   ours.contentType = mediaType(request.get_header_value("Content-Type"));
   ours.authorization = request.get_header_value("Authorization");
+  ours.headers.assign(request.headers.begin(), request.headers.end());
   ours.body = std::move(body);
   ours.refusal = std::move(refusal);
   send(router.answer(ours), request, response);
@@ -242,6 +243,7 @@ void HttpServer::send(Reply reply, const httplib::Request& request, httplib::Res
   const auto clientLeft = [connection] { return hasLeft(connection); };
   if (fault.delayMs > 0) faults_.hold(fault.id, fault.delayMs, clientLeft);
   if (fault.kind == FaultKind::hang) faults_.hold(fault.id, fault.hangMs, clientLeft);
+  if (reply.onAnswer && !clientLeft()) reply.onAnswer();
   if (fault.kind == FaultKind::cut) return setCutReply(response, reply, connection);
   if (fault.kind == FaultKind::hang || fault.kind == FaultKind::drop) breakConnection(connection);
   setReply(response, reply);

@@ -58,11 +58,13 @@ int serve(const Options& options) {
   const Assets assets(options.webDirectory.empty() ? defaultViewerDirectory()
                                                    : std::filesystem::path(options.webDirectory));
   const std::string address = "http://127.0.0.1:" + std::to_string(server.port());
-  WireApi wire(*store, faults, feed);
+  ProjectBook book(*store);
+  WireApi wire(*store, book, faults, feed);
   ControlApi control(*store, faults, feed,
                      {ZARN_COLLECTOR_VERSION, address, options.dataDirectory, options.mostBodyBytes,
                       assets.hasViewer(), nowMs()});
-  Router router(wire, control, assets);
+  ProjectApi projects(*store, book, feed);
+  Router router(wire, control, projects, assets);
   std::thread serving([&] { server.run(router); });
   std::printf("zarn-collector: listening on %s\n", address.c_str());
   std::fflush(stdout);

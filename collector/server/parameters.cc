@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <charconv>
 
+#include "server/json.h"
 #include "server/object_check.h"
 #include "server/query_sql.h"
 
@@ -79,6 +80,18 @@ std::string Parameters::error() {
     }
   }
   return error_;
+}
+
+bool readReason(const Request& request, std::string& reason) {
+  if (request.body.empty()) return true;
+  rapidjson::Document body;
+  std::string ignored;
+  if (!parseJson(request.body, body, ignored) || !body.IsObject()) return false;
+  for (const auto& member : body.GetObject()) {
+    if (textOf(member.name) != "reason" || !member.value.IsString()) return false;
+    reason = textOf(member.value);
+  }
+  return true;
 }
 
 }  // namespace zarn::collector

@@ -32,4 +32,8 @@ class Parameters {
   std::string error_;
 };
 
+/// The reason in the body of a pause, which may be empty. False for a body of another form.
+bool readReason(const Request& request, std::string& reason);
+constexpr std::string_view kReasonForm = "the body must be like {\"reason\": \"maintenance\"}";
+
 }  // namespace zarn::collector

@@ -1,13 +1,13 @@
 #include "server/queries.h"
 
-#include <chrono>
-
-#include "server/json.h"
 #include "server/query_sql.h"
+#include "server/row_json.h"
 #include "server/time_text.h"
 
 namespace zarn::collector {
 namespace {
+
+using Lease = Connections::Lease;
 
 constexpr std::string_view kEventColumns =
     "SELECT seq, event_id, batch, position, received_ms, type, name, user, session, device,"
@@ -16,13 +16,9 @@ constexpr std::string_view kEventColumns =
 constexpr std::string_view kBatchColumns =
     "SELECT id, received_ms, status, cause, bytes, events, stored, duplicates, conflicts, withheld,"
     " invalid, accepted, permanent, transient, project, environment, sdk_version, app_version,"
-    " bundle_id, release_id, launch, sent_at, problems";
+    " bundle_id, release_id, launch, sent_at, problems, policy_revision, policy_exchange";
 
 constexpr std::string_view kProperty = "property:";
-
-void writeProblems(JsonOut& out, std::string_view problems) {
-  out.key("problems").raw(problems.empty() ? "[]" : problems);
-}
 
 void writeEvent(JsonOut& out, const Statement& row) {
   out.object()
@@ -58,17 +54,9 @@ void writeBatch(JsonOut& out, const Statement& row) {
   for (const std::string_view key : counts) out.field(key, row.number(column++));
   for (const std::string_view key : texts) out.optional(key, row.text(column++));
   writeProblems(out, row.text(column));
-}
-
-// Text that may be JSON (a good answer) or anything else (what a fault sent).
-void writeBody(JsonOut& out, std::string_view key, std::string_view body) {
-  rapidjson::Document parsed;
-  std::string ignored;
-  if (!body.empty() && parseJson(body, parsed, ignored)) {
-    out.key(key).raw(body);
-  } else {
-    out.field(key, body);
-  }
+  writeNumber(out, "policy_exchange", row, column + 2);
+  out.key("policy_revision");
+  row.isNull(column + 2) ? out.null() : out.value(row.number(column + 1));
 }
 
 std::optional<std::string> pathOf(const std::string& field) {
@@ -87,46 +75,8 @@ std::optional<std::string> columnOf(const std::string& field) {
 
 }  // namespace
 
-// A connection for one question.
-class Queries::Lease {
- public:
-  Lease(Queries& owner, std::string& error) : owner_(owner), error_(error) {
-    {
-      const std::lock_guard lock(owner_.mutex_);
-      if (!owner_.idle_.empty()) {
-        database_ = std::move(owner_.idle_.back());
-        owner_.idle_.pop_back();
-      }
-    }
-    if (!database_) database_ = Database::open(owner_.file_, Database::Mode::read, error_);
-    if (database_) {
-      database_->setDeadline(std::chrono::steady_clock::now() + std::chrono::seconds(10));
-    }
-  }
-  ~Lease() {
-    if (!database_) return;
-    const std::lock_guard lock(owner_.mutex_);
-    if (owner_.idle_.size() < 8) owner_.idle_.push_back(std::move(database_));
-  }
-  explicit operator bool() const { return database_ != nullptr; }
-  Database& operator*() const { return *database_; }
-
-  /// Calls `row` for each row. False, with the message noted, when the statement failed.
-  template <class Row>
-  bool each(Statement& statement, Row row) {
-    while (statement.step()) row(statement);
-    if (statement.failed()) error_ = database_->message();
-    return !statement.failed();
-  }
-
- private:
-  Queries& owner_;
-  std::string& error_;
-  std::unique_ptr<Database> database_;
-};
-
 Queries::Result Queries::events(const EventFilter& filter, const Page& page, std::string& error) {
-  Lease lease(*this, error);
+  Lease lease(connections_, error);
   if (!lease) return std::nullopt;
   Where where(filter);
   where.addPage(page, "events.seq");
@@ -147,7 +97,7 @@ Queries::Result Queries::events(const EventFilter& filter, const Page& page, std
 }
 
 Queries::Result Queries::event(std::int64_t seq, std::string& error) {
-  Lease lease(*this, error);
+  Lease lease(connections_, error);
   if (!lease) return std::nullopt;
   Statement query(*lease, std::string(kEventColumns) + " WHERE seq = ?");
   query.bind(1, seq);
@@ -166,7 +116,7 @@ bool Queries::isField(const std::string& field) {
 }
 
 Queries::Result Queries::ids(const EventFilter& filter, std::string& error) {
-  Lease lease(*this, error);
+  Lease lease(connections_, error);
   if (!lease) return std::nullopt;
   Where where(filter);
   where.add("events.event_id IS NOT NULL");
@@ -184,7 +134,7 @@ Queries::Result Queries::ids(const EventFilter& filter, std::string& error) {
 }
 
 Queries::Result Queries::count(const EventFilter& filter, std::string& error) {
-  Lease lease(*this, error);
+  Lease lease(connections_, error);
   if (!lease) return std::nullopt;
   const Where where(filter);
   Statement query(*lease, "SELECT count(*) FROM events" + where.sql());
@@ -199,7 +149,7 @@ Queries::Result Queries::countsBy(const std::string& field, const EventFilter& f
   const auto column = columnOf(field);
   const auto path = pathOf(field);
   if (!column) return std::nullopt;
-  Lease lease(*this, error);
+  Lease lease(connections_, error);
   if (!lease) return std::nullopt;
   const Where where(filter);
   Statement query(*lease, "SELECT " + *column + " AS v, count(*) FROM events" + where.sql() +
@@ -219,7 +169,7 @@ Queries::Result Queries::countsBy(const std::string& field, const EventFilter& f
 }
 
 Queries::Result Queries::batches(const Page& page, std::string& error) {
-  Lease lease(*this, error);
+  Lease lease(connections_, error);
   if (!lease) return std::nullopt;
   Where where;
   where.addPage(page, "id");
@@ -242,7 +192,7 @@ Queries::Result Queries::batches(const Page& page, std::string& error) {
 }
 
 Queries::Result Queries::batch(std::int64_t id, std::string& error) {
-  Lease lease(*this, error);
+  Lease lease(connections_, error);
   if (!lease) return std::nullopt;
   Statement query(*lease, std::string(kBatchColumns) +
                               ", envelope, items, response FROM batches"
@@ -250,7 +200,7 @@ Queries::Result Queries::batch(std::int64_t id, std::string& error) {
   query.bind(1, id);
   std::string found;
   const bool good = lease.each(query, [&](const Statement& row) {
-    constexpr int envelope = 23, items = 24, response = 25;
+    constexpr int envelope = 25, items = 26, response = 27;
     JsonOut out;
     writeBatch(out, row);
     out.key("envelope").raw(row.text(envelope)).key("items").raw(row.text(items));
@@ -259,39 +209,6 @@ Queries::Result Queries::batch(std::int64_t id, std::string& error) {
   });
   if (!good) return std::nullopt;
   return found;
-}
-
-Queries::Result Queries::calls(const Page& page, std::string& error) {
-  Lease lease(*this, error);
-  if (!lease) return std::nullopt;
-  Where where;
-  where.addPage(page, "id");
-  Statement query(*lease,
-                  "SELECT id, received_ms, endpoint, status, cause, request, response, problems"
-                  " FROM calls" +
-                      where.sql() + orderSql(page, "id"));
-  where.bindTo(query, 1);
-  JsonOut out;
-  out.object().key("calls").array();
-  std::int64_t shown = 0, last = 0;
-  const bool good = lease.each(query, [&](const Statement& row) {
-    out.object()
-        .field("id", row.number(0))
-        .field("received_at", isoText(row.number(1)))
-        .field("endpoint", row.text(2))
-        .field("status", row.number(3))
-        .optional("cause", row.text(4));
-    writeBody(out, "request", row.text(5));
-    writeBody(out, "response", row.text(6));
-    writeProblems(out, row.text(7));
-    out.end();
-    last = row.number(0);
-    ++shown;
-  });
-  if (!good) return std::nullopt;
-  out.end().key("next");
-  shown == page.limit ? out.value(last) : out.null();
-  return out.end().take();
 }
 
 }  // namespace zarn::collector

@@ -1,16 +1,13 @@
-// Questions to what is kept, answered as JSON, on read-only connections of their own so that a slow
-// search never holds up what arrives. Thread-safe.
+// Questions about events and batches, answered as JSON. Thread-safe.
 #pragma once
 
 #include <cstdint>
-#include <memory>
-#include <mutex>
 #include <optional>
 #include <string>
 #include <utility>
 #include <vector>
 
-#include "server/database.h"
+#include "server/connections.h"
 
 namespace zarn::collector {
 
@@ -34,7 +31,7 @@ struct Page {
 
 class Queries {
  public:
-  explicit Queries(std::string file) : file_(std::move(file)) {}
+  explicit Queries(std::string file) : connections_(std::move(file)) {}
 
   // Each answers nothing, with a message, when the database fails or takes longer than 10 s.
   using Result = std::optional<std::string>;
@@ -55,15 +52,9 @@ class Queries {
   Result batches(const Page& page, std::string& error);
   /// One batch with envelope, answer and the fate of each event; empty text when there is none.
   Result batch(std::int64_t id, std::string& error);
-  /// {"calls": [...], "next": ...}
-  Result calls(const Page& page, std::string& error);
 
  private:
-  class Lease;
-
-  const std::string file_;
-  std::mutex mutex_;
-  std::vector<std::unique_ptr<Database>> idle_;  // guarded by mutex_
+  Connections connections_;
 };
 
 }  // namespace zarn::collector

@@ -1,6 +1,7 @@
 // A request and its reply, apart from any HTTP library.
 #pragma once
 
+#include <functional>
 #include <map>
 #include <optional>
 #include <string>
@@ -25,6 +26,7 @@ struct Request {
   std::multimap<std::string, std::string> parameters;
   std::string contentType;  // without parameters, lower case
   std::string authorization;
+  std::vector<std::pair<std::string, std::string>> headers;
   std::string body;
   std::optional<Refusal> refusal;
 
@@ -32,6 +34,8 @@ struct Request {
     const auto found = parameters.find(name);
     return found == parameters.end() ? std::string() : found->second;
   }
+  /// The header's first value, ASCII case of its name ignored.
+  std::string header(std::string_view name) const;
 };
 
 struct Reply {
@@ -40,6 +44,7 @@ struct Reply {
   std::string contentType = "application/json";
   std::vector<std::pair<std::string, std::string>> headers;
   std::optional<FaultRule> fault;  // how the reply is to be spoilt on its way out
+  std::function<void()> onAnswer;  // called when a delayed reply goes out at last
   bool isLive = false;             // not a body but the stream of server-sent events
 };
 

@@ -8,13 +8,15 @@ namespace {
 
 using WireHandler = Reply (WireApi::*)(const Request&);
 using ControlHandler = Reply (ControlApi::*)(const Request&);
+using ProjectHandler = Reply (ProjectApi::*)(const Request&);
 
-// A path that ends with "/*" takes one more part.
+// A "*" in a path takes one part of any text.
 struct Route {
   std::string_view method;
   std::string_view path;
   WireHandler wire = nullptr;
   ControlHandler control = nullptr;
+  ProjectHandler project = nullptr;
 };
 
 constexpr Route kRoutes[] = {
@@ -32,7 +34,6 @@ constexpr Route kRoutes[] = {
     {"GET", "/api/collector/ids", nullptr, &ControlApi::ids},
     {"GET", "/api/collector/batches", nullptr, &ControlApi::batches},
     {"GET", "/api/collector/batches/*", nullptr, &ControlApi::batch},
-    {"GET", "/api/collector/calls", nullptr, &ControlApi::calls},
     {"GET", "/api/collector/live", nullptr, &ControlApi::live},
     {"POST", "/api/collector/reset", nullptr, &ControlApi::reset},
     {"GET", "/api/collector/faults", nullptr, &ControlApi::faults},
@@ -42,13 +43,29 @@ constexpr Route kRoutes[] = {
     {"DELETE", "/api/collector/faults/*", nullptr, &ControlApi::removeFault},
     {"POST", "/api/collector/pause", nullptr, &ControlApi::pause},
     {"POST", "/api/collector/resume", nullptr, &ControlApi::resume},
+    {"GET", "/api/collector/policy-keys", nullptr, nullptr, &ProjectApi::policyKeys},
+    {"GET", "/api/collector/projects", nullptr, nullptr, &ProjectApi::projects},
+    {"GET", "/api/collector/projects/*", nullptr, nullptr, &ProjectApi::project},
+    {"PUT", "/api/collector/projects/*", nullptr, nullptr, &ProjectApi::edit},
+    {"DELETE", "/api/collector/projects/*", nullptr, nullptr, &ProjectApi::remove},
+    {"POST", "/api/collector/projects/*/pause", nullptr, nullptr, &ProjectApi::pause},
+    {"POST", "/api/collector/projects/*/resume", nullptr, nullptr, &ProjectApi::resume},
+    {"GET", "/api/collector/projects/*/changes", nullptr, nullptr, &ProjectApi::changes},
+    {"GET", "/api/collector/projects/*/wait", nullptr, nullptr, &ProjectApi::wait},
+    {"GET", "/api/collector/exchanges", nullptr, nullptr, &ProjectApi::exchanges},
+    {"GET", "/api/collector/calls", nullptr, nullptr, &ProjectApi::calls},
 };
 
 bool fits(std::string_view pattern, std::string_view path) {
-  if (!pattern.ends_with("/*")) return pattern == path;
-  const std::string_view folder = pattern.substr(0, pattern.size() - 1);
-  return path.starts_with(folder) && path.size() > folder.size() &&
-         path.find('/', folder.size()) == std::string_view::npos;
+  const std::size_t star = pattern.find('*');
+  if (star == std::string_view::npos) return pattern == path;
+  const std::string_view before = pattern.substr(0, star);
+  const std::string_view after = pattern.substr(star + 1);
+  if (path.size() <= before.size() + after.size()) return false;
+  const std::string_view part =
+      path.substr(before.size(), path.size() - before.size() - after.size());
+  return path.starts_with(before) && path.ends_with(after) &&
+         part.find('/') == std::string_view::npos;
 }
 
 Reply wrongMethod(const Request& request, const std::string& allowed) {
@@ -72,6 +89,7 @@ Reply Router::answer(const Request& request) {
       if (hasBody && request.contentType != "application/json") {
         return errorReply(415, "Content-Type must be application/json");
       }
+      if (route.project != nullptr) return (projects_.*route.project)(request);
       return (control_.*route.control)(request);
     }
     allowed += (allowed.empty() ? "" : ", ") + std::string(route.method);

@@ -4,6 +4,7 @@
 
 #include "server/assets.h"
 #include "server/control_api.h"
+#include "server/project_api.h"
 #include "server/request.h"
 #include "server/wire_api.h"
 
@@ -11,14 +12,15 @@ namespace zarn::collector {
 
 class Router {
  public:
-  Router(WireApi& wire, ControlApi& control, const Assets& assets)
-      : wire_(wire), control_(control), assets_(assets) {}
+  Router(WireApi& wire, ControlApi& control, ProjectApi& projects, const Assets& assets)
+      : wire_(wire), control_(control), projects_(projects), assets_(assets) {}
 
   Reply answer(const Request& request);
 
  private:
   WireApi& wire_;
   ControlApi& control_;
+  ProjectApi& projects_;
   const Assets& assets_;
 };
 

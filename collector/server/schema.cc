@@ -3,7 +3,7 @@
 namespace zarn::collector {
 namespace {
 
-constexpr std::int64_t kVersion = 1;
+constexpr std::int64_t kVersion = 2;
 
 // `seq` is the order of arrival. `event_id` is unique where it is not null; the store sees to that.
 // Texts that are lists or objects are JSON.
@@ -53,19 +53,58 @@ CREATE TABLE IF NOT EXISTS batches(
   problems TEXT NOT NULL,
   envelope TEXT NOT NULL,
   items TEXT NOT NULL,
-  response TEXT NOT NULL
+  response TEXT NOT NULL,
+  policy_exchange INTEGER,
+  policy_revision INTEGER
 );
-CREATE TABLE IF NOT EXISTS calls(
+CREATE TABLE IF NOT EXISTS changes(
+  revision INTEGER PRIMARY KEY,
+  changed_ms INTEGER NOT NULL,
+  project TEXT NOT NULL,
+  policy_revision INTEGER NOT NULL,
+  pause_revision INTEGER NOT NULL,
+  policy TEXT NOT NULL,
+  paused TEXT,
+  release_id TEXT NOT NULL,
+  app_id TEXT NOT NULL,
+  what TEXT NOT NULL
+);
+CREATE TABLE IF NOT EXISTS exchanges(
   id INTEGER PRIMARY KEY,
   received_ms INTEGER NOT NULL,
+  answered_ms INTEGER,
   endpoint TEXT NOT NULL,
+  project TEXT NOT NULL,
+  environment TEXT NOT NULL,
+  app TEXT NOT NULL,
+  app_version TEXT NOT NULL,
+  sdk_version TEXT NOT NULL,
   status INTEGER NOT NULL,
   cause TEXT NOT NULL,
+  revision INTEGER,
+  newest INTEGER NOT NULL,
+  paused INTEGER,
+  paused_reason TEXT NOT NULL,
+  policy TEXT NOT NULL,
+  batch INTEGER,
   request TEXT NOT NULL,
   response TEXT NOT NULL,
   problems TEXT NOT NULL
 );
-PRAGMA user_version = 1;
+CREATE INDEX IF NOT EXISTS exchanges_by_app ON exchanges(project, environment, app, answered_ms);
+PRAGMA user_version = 2;
+)sql";
+
+// From version 1, which kept init and config requests with less of what they meant.
+constexpr const char* kFromVersion1 = R"sql(
+ALTER TABLE batches ADD COLUMN policy_exchange INTEGER;
+ALTER TABLE batches ADD COLUMN policy_revision INTEGER;
+INSERT INTO exchanges(id, received_ms, endpoint, project, environment, app, app_version,
+                      sdk_version, status, cause, newest, paused_reason, policy, request, response,
+                      problems)
+  SELECT id, received_ms, endpoint, '', '', '', '', '', status, cause, 0, '', '', request, response,
+         problems FROM calls;
+DROP TABLE calls;
 )sql";
 
 std::int64_t versionOf(Database& database) {
@@ -83,7 +122,9 @@ bool prepareSchema(Database& database, std::string& error) {
   }
   const bool good = version >= 0 && database.run("PRAGMA journal_mode = WAL") &&
                     database.run("PRAGMA synchronous = NORMAL") &&
-                    database.run("PRAGMA cache_size = -65536") && database.run(kTables);
+                    database.run("PRAGMA cache_size = -65536") && database.run("BEGIN") &&
+                    database.run(kTables) && (version != 1 || database.run(kFromVersion1)) &&
+                    database.run("COMMIT");
   if (!good) error = database.message();
   return good;
 }

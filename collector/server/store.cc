@@ -25,16 +25,38 @@ struct Store::Statements {
                  "INSERT INTO batches(id, received_ms, bytes, status, cause, events, stored,"
                  " duplicates, conflicts, withheld, invalid, accepted, permanent, transient,"
                  " project, environment, sdk_version, app_version, bundle_id, release_id, launch,"
-                 " sent_at, problems, envelope, items, response)"
-                 " VALUES(?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?)"),
-        addCall(database,
-                "INSERT INTO calls(received_ms, endpoint, status, cause, request, response,"
-                " problems) VALUES(?,?,?,?,?,?,?)") {}
+                 " sent_at, problems, envelope, items, response, policy_exchange, policy_revision)"
+                 " VALUES(?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,nullif(?,0),?)"),
+        addExchange(database,
+                    "INSERT INTO exchanges(id, received_ms, answered_ms, endpoint, project,"
+                    " environment, app, app_version, sdk_version, status, cause, revision, newest,"
+                    " paused, paused_reason, policy, batch, request, response, problems)"
+                    " VALUES(?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,nullif(?,0),?,?,?)"),
+        noteAnswered(database, "UPDATE exchanges SET answered_ms = ? WHERE id = ?"),
+        lastPolicy(database,
+                   "SELECT id, revision FROM exchanges WHERE project = ? AND environment = ?"
+                   " AND app = ? AND answered_ms IS NOT NULL AND policy != ''"
+                   " ORDER BY answered_ms DESC, id DESC LIMIT 1"),
+        addChange(database,
+                  "INSERT INTO changes(revision, changed_ms, project, policy_revision,"
+                  " pause_revision, policy, paused, release_id, app_id, what)"
+                  " VALUES(?,?,?,?,?,?,?,?,?,?)") {}
+
+  bool areGood() const {
+    for (const Statement* each :
+         {&addEvent, &rawOf, &addBatch, &addExchange, &noteAnswered, &lastPolicy, &addChange}) {
+      if (each->failed()) return false;
+    }
+    return true;
+  }
 
   Statement addEvent;
   Statement rawOf;
   Statement addBatch;
-  Statement addCall;
+  Statement addExchange;
+  Statement noteAnswered;
+  Statement lastPolicy;
+  Statement addChange;
 };
 
 namespace {
@@ -91,8 +113,7 @@ Store::~Store() {
 bool Store::prepare(std::string& error) {
   if (!prepareSchema(*database_, error)) return false;
   statements_ = std::make_unique<Statements>(*database_);
-  if (statements_->addEvent.failed() || statements_->rawOf.failed() ||
-      statements_->addBatch.failed() || statements_->addCall.failed()) {
+  if (!statements_->areGood()) {
     error = database_->message();
     return false;
   }
@@ -112,8 +133,13 @@ void Store::load() {
     tally_.sums.withheld = batches.number(4);
     tally_.sums.refused = batches.number(5);
   }
-  Statement calls(*database_, "SELECT count(*) FROM calls");
-  if (calls.step()) tally_.sums.calls = calls.number(0);
+  Statement exchanges(*database_,
+                      "SELECT ifnull(sum(endpoint != 'batch'),0), ifnull(max(id),0)"
+                      " FROM exchanges");
+  if (exchanges.step()) {
+    tally_.sums.calls = exchanges.number(0);
+    nextExchange_ = exchanges.number(1) + 1;
+  }
   Statement events(*database_,
                    "SELECT seq, type, name, session, device, user, timestamp, problems IS NULL,"
                    " received_ms, event_id FROM events ORDER BY seq");
@@ -153,6 +179,7 @@ bool Store::insert(BatchRecord& batch) {
     if (event.keep && !insertEvent(batch, position, event)) return false;
     ++position;
   }
+  findPolicy(batch);
   return insertBatch(batch);
 }
 
@@ -223,25 +250,105 @@ bool Store::insertBatch(const BatchRecord& batch) {
       facts.releaseId, facts.launch,      facts.sentAt,     problems,         batch.envelopeJson,
       items,           batch.response};
   for (const std::string_view text : texts) add.bind(column++, text);
-  return add.run();
+  return add.bind(column, batch.policyExchange).bind(column + 1, batch.policyRevision).run();
 }
 
-bool Store::addCall(const CallRecord& call) {
+// Which policy the batch's sender went by, as far as a server can know.
+void Store::findPolicy(BatchRecord& batch) {
+  const EnvelopeFacts& facts = batch.envelope;
+  const std::string app = appName(facts.bundleId);
+  Statement& last = statements_->lastPolicy;
+  last.bind(1, facts.project).bind(2, facts.environment).bind(3, app);
+  if (last.step()) {
+    batch.policyExchange = last.number(0);
+    batch.policyRevision = last.number(1);
+  }
+  last.reset();
+}
+
+bool Store::addExchange(ExchangeRecord& exchange) {
   const Lock lock(mutex_);
-  const std::string problems = jsonList(call.problems);
-  Statement& add = statements_->addCall;
-  add.bind(1, call.receivedMs).bind(2, call.endpoint).bind(3, std::int64_t{call.status});
-  add.bind(4, call.cause).bind(5, call.request).bind(6, call.response).bind(7, problems);
+  const CallerFacts& caller = exchange.caller;
+  const Told& told = exchange.told;
+  const std::string app = appName(caller.bundleId);
+  const std::string problems = jsonList(caller.problems);
+  const auto bindNumber = [](Statement& to, int column, const auto& value) {
+    value ? to.bind(column, static_cast<std::int64_t>(*value)) : to.bindNull(column);
+  };
+  Statement& add = statements_->addExchange;
+  exchange.id = nextExchange_;
+  add.bind(1, exchange.id).bind(2, exchange.receivedMs).bind(4, endpointWord(exchange.endpoint));
+  add.bind(5, caller.project).bind(6, caller.environment).bind(7, app);
+  add.bind(8, caller.appVersion).bind(9, caller.sdkVersion);
+  add.bind(10, std::int64_t{exchange.status}).bind(11, exchange.cause).bind(13, exchange.newest);
+  add.bind(15, told.pausedReason).bind(16, told.policy).bind(17, exchange.batch);
+  add.bind(18, exchange.request).bind(19, exchange.response).bind(20, problems);
+  bindNumber(add, 3, exchange.answeredMs);
+  bindNumber(add, 12, told.revision);
+  bindNumber(add, 14, told.paused);
   if (!add.run()) return false;
-  tally_.addCall();
+  ++nextExchange_;
+  ++exchangesSeen_;
+  if (exchange.endpoint != Endpoint::batch) tally_.addCall();
   grown_.notify_all();
   return true;
+}
+
+bool Store::noteAnswered(std::int64_t exchange, std::int64_t ms) {
+  const Lock lock(mutex_);
+  const bool good = statements_->noteAnswered.bind(1, ms).bind(2, exchange).run();
+  ++exchangesSeen_;
+  grown_.notify_all();
+  return good;
+}
+
+std::int64_t Store::exchangesSeen() const {
+  const Lock lock(mutex_);
+  return exchangesSeen_;
+}
+
+bool Store::waitForExchange(std::int64_t seen, int ms) const {
+  Lock lock(mutex_);
+  grown_.wait_for(lock, std::chrono::milliseconds(ms),
+                  [&] { return stopped_ || exchangesSeen_ > seen; });
+  return exchangesSeen_ > seen && !stopped_;
+}
+
+bool Store::addChange(const std::string& project, const ProjectSettings& settings) {
+  const Lock lock(mutex_);
+  Statement& add = statements_->addChange;
+  add.bind(1, settings.revision).bind(2, settings.changedMs).bind(3, project);
+  add.bind(4, settings.policyRevision).bind(5, settings.pauseRevision).bind(6, settings.policy);
+  settings.paused ? add.bind(7, *settings.paused) : add.bindNull(7);
+  return add.bind(8, settings.releaseId).bind(9, settings.appId).bind(10, settings.what).run();
+}
+
+std::vector<std::pair<std::string, ProjectSettings>> Store::changes() const {
+  const Lock lock(mutex_);
+  std::vector<std::pair<std::string, ProjectSettings>> all;
+  Statement query(*database_,
+                  "SELECT revision, changed_ms, project, policy_revision, pause_revision, policy,"
+                  " paused, release_id, app_id, what FROM changes ORDER BY revision");
+  while (query.step()) {
+    ProjectSettings each;
+    each.revision = query.number(0);
+    each.changedMs = query.number(1);
+    each.policyRevision = query.number(3);
+    each.pauseRevision = query.number(4);
+    each.policy = query.text(5);
+    if (!query.isNull(6)) each.paused = std::string(query.text(6));
+    each.releaseId = query.text(7);
+    each.appId = query.text(8);
+    each.what = query.text(9);
+    all.emplace_back(std::string(query.text(2)), std::move(each));
+  }
+  return all;
 }
 
 bool Store::reset() {
   const Lock lock(mutex_);
   const bool good = database_->run(
-      "BEGIN IMMEDIATE; DELETE FROM events; DELETE FROM batches; DELETE FROM calls; COMMIT");
+      "BEGIN IMMEDIATE; DELETE FROM events; DELETE FROM batches; DELETE FROM exchanges; COMMIT");
   if (!good) {
     database_->run("ROLLBACK");
     return false;

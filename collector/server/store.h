@@ -1,6 +1,6 @@
-// Keeps what arrives in one SQLite file of the data directory. One transaction per batch;
-// thread-safe. A crash of the machine may cost the last batches, a crash of the collector costs
-// nothing.
+// Keeps what arrives, and what was decided, in one SQLite file of the data directory. One
+// transaction per batch; thread-safe. A crash of the machine may cost the last batches, a crash of
+// the collector costs nothing.
 #pragma once
 
 #include <condition_variable>
@@ -10,6 +10,8 @@
 #include <mutex>
 #include <string>
 #include <string_view>
+#include <utility>
+#include <vector>
 
 #include "server/database.h"
 #include "server/id_index.h"
@@ -28,7 +30,17 @@ class Store {
   /// Keeps the batch and what is to be kept of its events; fills in ids, places and fates. False,
   /// with nothing kept, when the disk does not take it.
   bool add(BatchRecord& batch, std::string& error);
-  bool addCall(const CallRecord& call);
+  /// Keeps the exchange and fills in its id.
+  bool addExchange(ExchangeRecord& exchange);
+  /// The answer of an exchange has gone out only now.
+  bool noteAnswered(std::int64_t exchange, std::int64_t ms);
+  /// How many exchanges and answers have been noted since the store was opened.
+  std::int64_t exchangesSeen() const;
+  /// Waits for one more than that. False when time ran out or the store was stopped.
+  bool waitForExchange(std::int64_t seen, int ms) const;
+  bool addChange(const std::string& project, const ProjectSettings& settings);
+  /// Every change, in order, with its project.
+  std::vector<std::pair<std::string, ProjectSettings>> changes() const;
   bool reset();
 
   /// The place of a kept event; 0 when it is not here.
@@ -50,6 +62,7 @@ class Store {
   bool insertEvent(const BatchRecord& batch, std::int64_t position, Delivered& event);
   void forget(BatchRecord& batch);
   bool insertBatch(const BatchRecord& batch);
+  void findPolicy(BatchRecord& batch);
 
   // Constant after construction.
   std::string file_;
@@ -62,6 +75,8 @@ class Store {
   std::unique_ptr<Statements> statements_;
   std::int64_t nextBatch_ = 1;
   std::int64_t nextSeq_ = 1;
+  std::int64_t nextExchange_ = 1;
+  std::int64_t exchangesSeen_ = 0;
   Tally tally_;
   IdIndex ids_;
   bool stopped_ = false;

@@ -1,7 +1,7 @@
 #include "server/wire_api.h"
 
-#include "server/batch_plan.h"
 #include "server/batch_reader.h"
+#include "server/exchange_plan.h"
 #include "server/feed_text.h"
 #include "server/json.h"
 #include "server/time_text.h"
@@ -17,25 +17,13 @@ bool isJson(const Request& request) {
 
 constexpr const char* kWrongType = "Content-Type must be application/json";
 
-std::string initAnswer(const InitFacts& facts, const std::optional<std::string>& paused) {
-  const std::string app = facts.bundleId.empty() ? facts.project : facts.bundleId;
-  JsonOut out;
-  out.object()
-      .key("data_collection")
-      .raw("{}")
-      .field("release_id", app + "@" + facts.appVersion)
-      .field("app_id", "app:" + app);
-  if (paused) out.field("paused", true).optional("paused_reason", *paused);
-  return out.end().take();
+// The pause that holds for a project: its own, or everybody's.
+std::optional<std::string> pauseOf(const ProjectSettings& settings, const FaultBoard& faults) {
+  return settings.paused ? settings.paused : faults.paused();
 }
 
-std::vector<std::string> configProblems(const Request& request) {
-  std::vector<std::string> problems;
-  for (const char* name : {"project_id", "platform", "bundle_id", "environment", "sdk_version"}) {
-    if (request.parameter(name).empty()) problems.push_back(std::string(name) + " is missing");
-  }
-  if (request.authorization.empty()) problems.push_back("the Authorization header is missing");
-  return problems;
+void note(std::vector<std::string>& problems, std::string problem) {
+  if (!problem.empty()) problems.push_back(std::move(problem));
 }
 
 }  // namespace
@@ -70,9 +58,7 @@ Reply WireApi::batch(const Request& request) {
   record.receivedMs = nowMs();
   record.bytes = static_cast<std::int64_t>(request.body.size());
   record.envelope = checkEnvelope(body.envelope);
-  if (request.authorization.empty()) {
-    record.envelope.problems.push_back("the Authorization header is missing");
-  }
+  note(record.envelope.problems, authorizationProblem(request.authorization));
   if (body.envelope.size() <= kMostKept) record.envelopeJson = std::move(body.envelope);
   record.events.reserve(body.events.size());
   for (const std::string_view raw : body.events) {
@@ -81,65 +67,109 @@ Reply WireApi::batch(const Request& request) {
     event.facts = checkEvent(raw);
   }
 
+  const ProjectSettings settings = book_.settings(record.envelope.project);
   Meeting meeting;
-  meeting.fault = faults_.strike(Endpoint::batch);
-  meeting.paused = faults_.paused();
+  meeting.fault = faults_.strike(Endpoint::batch, record.envelope.project);
+  meeting.paused = pauseOf(settings, faults_);
   if (meeting.fault && meeting.fault->kind == FaultKind::outcomes) {
     meeting.picked = faults_.pick(*meeting.fault, record.events.size());
   }
-  Reply reply = planBatch(record, meeting);
-  return finish(record, std::move(reply));
+  Reply reply = finish(record, planBatch(record, meeting));
+  if (record.cause == "paused") tellPause(record, settings, meeting, reply);
+  return reply;
+}
+
+// A paused answer to a batch is a word of the control plane too.
+void WireApi::tellPause(const BatchRecord& batch, const ProjectSettings& settings,
+                        const Meeting& meeting, Reply& reply) {
+  const EnvelopeFacts& facts = batch.envelope;
+  ExchangeRecord record;
+  record.receivedMs = batch.receivedMs;
+  record.endpoint = Endpoint::batch;
+  record.caller = {facts.project,    facts.environment, facts.platform, facts.sdkVersion,
+                   facts.appVersion, facts.bundleId,    false,          {}};
+  record.status = batch.status;
+  record.cause = batch.cause;
+  record.told.revision = settings.revision;
+  record.told.paused = true;
+  record.told.pausedReason = meeting.paused.value_or("");
+  record.newest = settings.revision;
+  record.batch = batch.id;
+  record.response = batch.response;
+  keep(record, reply);
 }
 
 Reply WireApi::init(const Request& request) {
-  InitFacts facts;
+  CallerFacts caller;
   std::string error;
-  if (request.refusal) {
-    const Refusal& refusal = *request.refusal;
-    return call(Endpoint::init, request, {}, errorReply(refusal.status, refusal.message));
+  if (request.refusal) return refuseCall(Endpoint::init, request, *request.refusal);
+  if (!isJson(request)) return refuseCall(Endpoint::init, request, {415, kWrongType});
+  if (!checkInit(request.body, caller, error)) {
+    return refuseCall(Endpoint::init, request, {400, error});
   }
-  if (!isJson(request)) return call(Endpoint::init, request, {}, errorReply(415, kWrongType));
-  if (!checkInit(request.body, facts, error)) {
-    return call(Endpoint::init, request, {}, errorReply(400, error));
+  if (!request.authorization.empty()) {
+    caller.problems.push_back("the Authorization header does not belong to an init");
   }
-  Reply reply;
-  reply.body = initAnswer(facts, faults_.paused());
-  return call(Endpoint::init, request, std::move(facts.problems), std::move(reply));
+  const Endpoint endpoint = caller.isRecovery ? Endpoint::recovery : Endpoint::init;
+  return exchange(endpoint, request, std::move(caller));
 }
 
 Reply WireApi::config(const Request& request) {
-  Reply reply;
-  reply.body = JsonOut()
-                   .object()
-                   .key("dataCollection")
-                   .raw("{}")
-                   .field("paused", faults_.paused().has_value())
-                   .end()
-                   .take();
-  return call(Endpoint::config, request, configProblems(request), std::move(reply));
+  CallerFacts caller = checkConfig(request.parameters);
+  note(caller.problems, authorizationProblem(request.authorization));
+  if (request.header("Accept") != "application/json") {
+    caller.problems.push_back("the Accept header must be application/json");
+  }
+  return exchange(Endpoint::config, request, std::move(caller));
 }
 
-Reply WireApi::call(Endpoint endpoint, const Request& request, std::vector<std::string> problems,
-                    Reply ordinary) {
-  CallRecord record;
+Reply WireApi::refuseCall(Endpoint endpoint, const Request& request, Refusal refusal) {
+  Reply reply = errorReply(refusal.status, refusal.message);
+  ExchangeRecord record;
   record.receivedMs = nowMs();
-  record.endpoint = endpointWord(endpoint);
-  record.request = endpoint == Endpoint::config ? request.query : request.body.substr(0, kMostKept);
-  record.problems = std::move(problems);
-  Reply reply = std::move(ordinary);
-  if (reply.status != 200) {
-    record.cause = "refused";
-  } else if (const auto fault = faults_.strike(endpoint)) {
-    record.cause = faultWord(fault->kind);
-    reply = planCall(std::move(reply), fault);
-  } else if (faults_.paused()) {
-    record.cause = "paused";
-  }
+  record.endpoint = endpoint;
+  record.caller.problems.push_back(std::move(refusal.message));
   record.status = reply.status;
+  record.cause = "refused";
+  record.request = request.body.substr(0, kMostKept);
   record.response = reply.body;
-  store_.addCall(record);
-  if (feed_.hasListeners()) feed_.publish("call", callText(record));
+  keep(record, reply);
   return reply;
+}
+
+Reply WireApi::exchange(Endpoint endpoint, const Request& request, CallerFacts caller) {
+  ExchangeMeeting meeting;
+  meeting.fault = faults_.strike(endpoint, caller.project);
+  meeting.settings = book_.settings(caller.project);
+  ExchangeRecord record;
+  record.newest = meeting.settings.revision;
+  if (meeting.fault && meeting.fault->kind == FaultKind::stale) {
+    meeting.settings = book_.earlier(caller.project, meeting.fault->revision);
+    meeting.paused = meeting.settings.paused;
+  } else {
+    meeting.paused = pauseOf(meeting.settings, faults_);
+  }
+  record.receivedMs = nowMs();
+  record.endpoint = endpoint;
+  record.caller = std::move(caller);
+  const bool hasBody = endpoint != Endpoint::config;
+  record.request = hasBody ? request.body.substr(0, kMostKept) : request.query;
+  Reply reply = planExchange(record, meeting);
+  keep(record, reply);
+  return reply;
+}
+
+void WireApi::keep(ExchangeRecord& record, Reply& reply) {
+  const bool isLate = reply.fault && reply.fault->delayMs > 0;
+  if (!isLate && record.status != 0) record.answeredMs = record.receivedMs;
+  store_.addExchange(record);
+  if (isLate && record.status != 0) {
+    reply.onAnswer = [this, record] {
+      store_.noteAnswered(record.id, nowMs());
+      if (feed_.hasListeners()) feed_.publish("exchange", exchangeText(record));
+    };
+  }
+  if (feed_.hasListeners()) feed_.publish("exchange", exchangeText(record));
 }
 
 }  // namespace zarn::collector

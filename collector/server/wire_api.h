@@ -1,8 +1,10 @@
 // The endpoints that the library speaks to: init, config and batch.
 #pragma once
 
+#include "server/batch_plan.h"
 #include "server/fault_board.h"
 #include "server/live_feed.h"
+#include "server/project_book.h"
 #include "server/request.h"
 #include "server/store.h"
 
@@ -10,8 +12,8 @@ namespace zarn::collector {
 
 class WireApi {
  public:
-  WireApi(Store& store, FaultBoard& faults, LiveFeed& feed)
-      : store_(store), faults_(faults), feed_(feed) {}
+  WireApi(Store& store, ProjectBook& book, FaultBoard& faults, LiveFeed& feed)
+      : store_(store), book_(book), faults_(faults), feed_(feed) {}
 
   Reply batch(const Request& request);
   Reply init(const Request& request);
@@ -20,10 +22,14 @@ class WireApi {
  private:
   Reply refuse(int status, std::string message, const Request& request);
   Reply finish(BatchRecord& record, Reply reply);
-  Reply call(Endpoint endpoint, const Request& request, std::vector<std::string> problems,
-             Reply ordinary);
+  Reply refuseCall(Endpoint endpoint, const Request& request, Refusal refusal);
+  Reply exchange(Endpoint endpoint, const Request& request, CallerFacts caller);
+  void tellPause(const BatchRecord& batch, const ProjectSettings& settings, const Meeting& meeting,
+                 Reply& reply);
+  void keep(ExchangeRecord& record, Reply& reply);
 
   Store& store_;
+  ProjectBook& book_;
   FaultBoard& faults_;
   LiveFeed& feed_;
 };

@@ -197,7 +197,7 @@ EnvelopeFacts checkEnvelope(std::string_view json) {
   return facts;
 }
 
-bool checkInit(std::string_view json, InitFacts& facts, std::string& error) {
+bool checkInit(std::string_view json, CallerFacts& facts, std::string& error) {
   rapidjson::Document body;
   if (!parseJson(json, body, error)) return false;
   if (!body.IsObject()) {
@@ -206,9 +206,46 @@ bool checkInit(std::string_view json, InitFacts& facts, std::string& error) {
   }
   ObjectCheck check(body, "", kInitKeys, facts.problems);
   facts.project = check.text("project_id");
-  facts.bundleId = check.text("bundle_id");
+  facts.environment = check.text("environment");
+  facts.platform = check.text("platform");
+  facts.sdkVersion = check.text("sdk_version");
   facts.appVersion = check.text("app_version");
+  facts.bundleId = check.text("bundle_id");
+  facts.isRecovery = !body.HasMember("build");
   return true;
+}
+
+CallerFacts checkConfig(const std::multimap<std::string, std::string>& query) {
+  CallerFacts facts;
+  const std::pair<std::string_view, std::string*> items[] = {{"project_id", &facts.project},
+                                                             {"platform", &facts.platform},
+                                                             {"bundle_id", &facts.bundleId},
+                                                             {"environment", &facts.environment},
+                                                             {"sdk_version", &facts.sdkVersion}};
+  for (const auto& [name, target] : items) {
+    const std::string key(name);
+    const auto found = query.find(key);
+    if (found != query.end()) *target = found->second;
+    if (target->empty()) facts.problems.push_back(key + " is missing");
+    if (query.count(key) > 1) facts.problems.push_back(key + " appears more than once");
+  }
+  for (const auto& [name, value] : query) {
+    const auto isIt = [&key = name](const auto& item) { return item.first == key; };
+    if (std::none_of(std::begin(items), std::end(items), isIt)) {
+      facts.problems.push_back("unknown query item " + quoted(name));
+    }
+  }
+  return facts;
+}
+
+std::string authorizationProblem(std::string_view header) {
+  if (header.empty()) return "the Authorization header is missing";
+  if (header.find(' ') == std::string_view::npos) return {};
+  return "the Authorization header must be the bare key";
+}
+
+std::string appName(std::string_view bundleId) {
+  return std::string(bundleId.empty() ? "unknown" : bundleId);
 }
 
 }  // namespace zarn::collector

@@ -4,6 +4,7 @@
 #pragma once
 
 #include <cstdint>
+#include <map>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -24,15 +25,23 @@ struct EnvelopeFacts {
   std::vector<std::string> problems;
 };
 
-struct InitFacts {
-  std::string project, bundleId, appVersion;
+/// Who sent an init or config request, as far as it says so.
+struct CallerFacts {
+  std::string project, environment, platform, sdkVersion, appVersion, bundleId;
+  bool isRecovery = false;  // an init without "build"
   std::vector<std::string> problems;
 };
 
 EventFacts checkEvent(std::string_view raw);
 EnvelopeFacts checkEnvelope(std::string_view json);
 /// False, with a message, when the body is no JSON object.
-bool checkInit(std::string_view json, InitFacts& facts, std::string& error);
+bool checkInit(std::string_view json, CallerFacts& facts, std::string& error);
+CallerFacts checkConfig(const std::multimap<std::string, std::string>& query);
+/// What is wrong with an Authorization header, which is to be the bare key; empty: nothing.
+std::string authorizationProblem(std::string_view header);
+
+/// The name by which apps are told apart: one that says no bundle is "unknown".
+std::string appName(std::string_view bundleId);
 
 /// An upper-case UUID, the shape of every event id.
 bool isEventId(std::string_view text);

@@ -83,7 +83,8 @@ TEST_F(StoreTest, RemembersEverythingAfterARestart) {
   {
     auto store = open();
     deliver(*store, {eventText(1), eventText(2), eventText(1), "17"});
-    store->addCall({.endpoint = "init"});
+    ExchangeRecord init;
+    store->addExchange(init);
     store->withTally([&](const Tally& tally) { counts = countsJson(tally); });
   }
   auto store = open();

@@ -77,17 +77,40 @@ TEST(InitCheck, KnowsBothForms) {
   const std::string recovery =
       R"({"project_id":"shop","api_key":"k","platform":"ios","bundle_id":"io.shop",)"
       R"("app_version":"1.0","environment":"production","sdk_version":"1.0.16"})";
-  for (const std::string& body : {recovery, spoilt(recovery, "\"env", "\"build\":\"7\",\"env")}) {
-    InitFacts facts;
+  const std::string start = spoilt(recovery, "\"env", "\"build\":\"7\",\"env");
+  for (const std::string& body : {recovery, start}) {
+    CallerFacts facts;
     std::string error;
     ASSERT_TRUE(checkInit(body, facts, error)) << error;
     EXPECT_TRUE(facts.problems.empty());
     EXPECT_EQ(facts.bundleId, "io.shop");
+    EXPECT_EQ(facts.environment, "production");
+    EXPECT_EQ(facts.isRecovery, body == recovery);
   }
-  InitFacts facts;
+  CallerFacts facts;
   std::string error;
   EXPECT_FALSE(checkInit("[]", facts, error));
   EXPECT_FALSE(checkInit("{", facts, error));
+}
+
+TEST(ConfigCheck, WantsEveryItemOnceAndNoOther) {
+  std::multimap<std::string, std::string> query = {{"project_id", "shop"},
+                                                   {"platform", "ios"},
+                                                   {"bundle_id", "io.shop"},
+                                                   {"environment", "production"},
+                                                   {"sdk_version", "1.0.16"}};
+  const CallerFacts good = checkConfig(query);
+  EXPECT_TRUE(good.problems.empty()) << good.problems.front();
+  EXPECT_EQ(good.bundleId, "io.shop");
+  query.erase("bundle_id");
+  query.emplace("platform", "ios");
+  query.emplace("user", "u-7");
+  EXPECT_EQ(checkConfig(query).problems,
+            (std::vector<std::string>{"platform appears more than once", "bundle_id is missing",
+                                      "unknown query item \"user\""}));
+  EXPECT_EQ(authorizationProblem("k"), "");
+  EXPECT_EQ(authorizationProblem(""), "the Authorization header is missing");
+  EXPECT_EQ(authorizationProblem("Bearer k"), "the Authorization header must be the bare key");
 }
 
 TEST(WireTime, IsReadAndWritten) {

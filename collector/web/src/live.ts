@@ -1,6 +1,6 @@
 // The live feed, with its connection's state.
 
-export type LiveEvent = 'batch' | 'call' | 'faults' | 'reset' | 'lagged';
+export type LiveEvent = 'batch' | 'exchange' | 'project' | 'faults' | 'reset' | 'lagged';
 type Listener = () => void;
 
 const listeners = new Map<LiveEvent | 'open', Listener[]>();
@@ -29,7 +29,7 @@ export function connect(): void {
     stateListeners.forEach((listener) => listener(false));
     if (source.readyState === EventSource.CLOSED) setTimeout(connect, 2000);
   };
-  for (const event of ['batch', 'call', 'faults', 'reset', 'lagged'] as const) {
+  for (const event of ['batch', 'exchange', 'project', 'faults', 'reset', 'lagged'] as const) {
     source.addEventListener(event, () => tell(event));
   }
 }

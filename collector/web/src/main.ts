@@ -64,7 +64,7 @@ function banner(): HTMLElement {
     element.hidden = !switches.paused && active === 0;
     element.replaceChildren(icon(paths.warning), parts.filter(Boolean).join(' · '));
   };
-  for (const event of ['faults', 'open', 'batch', 'call'] as const) on(event, () => void load());
+  for (const event of ['faults', 'open', 'batch', 'exchange'] as const) on(event, () => void load());
   return element;
 }
 

@@ -233,7 +233,7 @@ export function batchesView(): HTMLElement {
     void load();
   });
   const refresh = throttled(400, load);
-  for (const event of ['batch', 'call', 'open', 'reset', 'lagged'] as const) on(event, refresh);
+  for (const event of ['batch', 'exchange', 'open', 'reset', 'lagged'] as const) on(event, refresh);
   refresh();
   view.append(
     h(

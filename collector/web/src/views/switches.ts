@@ -226,7 +226,7 @@ export function switchesView(): HTMLElement {
       );
   };
   const load = () => void api.switches().then(show, () => undefined);
-  for (const event of ['faults', 'open', 'batch', 'call'] as const) on(event, load);
+  for (const event of ['faults', 'open', 'batch', 'exchange'] as const) on(event, load);
   load();
   return h(
     'div',
