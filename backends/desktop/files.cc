@@ -69,6 +69,25 @@ std::string folderOf(const std::string& path) {
   return slash == 0 ? "/" : path.substr(0, slash);
 }
 
+bool syncFolder(const std::string& path) {
+  const Descriptor folder(::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  return folder && ::fsync(folder.get()) == 0;
+}
+
+/// The file has either its old content or the new, for every reader.
+bool replaceFile(const std::string& path, std::string_view content, bool isSynced) {
+  static std::atomic<unsigned> counter = 0;
+  const std::string temporary =
+      path + "." + std::to_string(::getpid()) + "-" + std::to_string(++counter) + ".tmp";
+  Descriptor file = createPrivate(temporary, O_WRONLY | O_TRUNC);
+  if (!file) return false;
+  const bool written = writeAll(file.get(), content) && (!isSynced || ::fsync(file.get()) == 0) &&
+                       ::close(file.release()) == 0 &&
+                       ::rename(temporary.c_str(), path.c_str()) == 0;
+  if (!written) ::unlink(temporary.c_str());
+  return written;
+}
+
 std::string withoutTrailingSlashes(std::string path) {
   while (path.size() > 1 && path.back() == '/') path.pop_back();
   return path;
@@ -207,20 +226,21 @@ std::optional<std::string> PosixFiles::read(const std::string& path) {
 
 bool PosixFiles::writeAtomically(const std::string& path, std::string_view content) {
   base::assertMayBlock("writing a file");
-  static std::atomic<unsigned> counter = 0;
-  const std::string temporary =
-      path + "." + std::to_string(::getpid()) + "-" + std::to_string(++counter) + ".tmp";
-  Descriptor file = createPrivate(temporary, O_WRONLY | O_TRUNC);
-  if (!file) return false;
-  const bool written = writeAll(file.get(), content) && ::fsync(file.get()) == 0 &&
-                       ::close(file.release()) == 0 &&
-                       ::rename(temporary.c_str(), path.c_str()) == 0;
-  if (!written) {
-    ::unlink(temporary.c_str());
-    return false;
-  }
-  const Descriptor folder(::open(folderOf(path).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-  return folder && ::fsync(folder.get()) == 0;
+  return replaceFile(path, content, true) && syncFolder(folderOf(path));
+}
+
+bool PosixFiles::writeUnsynced(const std::string& path, std::string_view content) {
+  return replaceFile(path, content, false);
+}
+
+bool PosixFiles::sync(const std::string& path) {
+  base::assertMayBlock("syncing a file");
+  const Descriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK));
+  return file && ::fsync(file.get()) == 0 && syncFolder(folderOf(path));
+}
+
+bool PosixFiles::rename(const std::string& from, const std::string& to) {
+  return ::rename(from.c_str(), to.c_str()) == 0;
 }
 
 bool PosixFiles::remove(const std::string& path) {

@@ -39,6 +39,9 @@ class PosixFiles : public platform::Files {
   bool exists(const std::string& path) override;
   std::optional<std::string> read(const std::string& path) override;
   bool writeAtomically(const std::string& path, std::string_view content) override;
+  bool writeUnsynced(const std::string& path, std::string_view content) override;
+  bool sync(const std::string& path) override;
+  bool rename(const std::string& from, const std::string& to) override;
   bool remove(const std::string& path) override;
   void makePrivate(const std::string& path) override;
   std::unique_ptr<platform::FileLock> tryLock(const std::string& path) override;

@@ -60,7 +60,7 @@ class DesktopHost {
       : files_({.dataDirectory = info.dataDirectory, .bundleId = info.bundleId}, environment_,
                log_),
         defaults_(files_.dataDirectory() + "/Zarn", files_, diskQueue_, clock_, log_),
-        secrets_(files_.dataDirectory() + "/Zarn/secrets", files_, diskQueue_),
+        secrets_(files_.dataDirectory() + "/Zarn", files_, diskQueue_, clock_, log_),
         device_({.bundleId = info.bundleId,
                  .name = info.name,
                  .version = info.version,
@@ -71,6 +71,7 @@ class DesktopHost {
         http_(paths_, proxiesFrom(environment_)) {
     // Run newest first: once no thread of ours can change a setting, what is new gets written.
     onProcessExit([this](base::Duration left) { defaults_.finish(std::max(left, kLastWrite)); });
+    onProcessExit([this](base::Duration left) { secrets_.finish(std::max(left, kLastWrite)); });
     onProcessExit([this](base::Duration left) { dispatch_.stop(left); });
     onProcessExit([this](base::Duration left) { http_.stop(left); });
     onProcessExit([this](base::Duration) { life_.terminate(); });

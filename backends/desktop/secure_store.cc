@@ -1,26 +1,31 @@
 #include "desktop/secure_store.h"
 
-#include "platform/files.h"
-
 namespace zarn::desktop {
+namespace {
 
-FileSecureStore::FileSecureStore(std::string folder, platform::Files& files,
-                                 base::SerialQueue& writer)
-    : folder_(std::move(folder)), files_(files), writer_(writer) {}
+/// What a host's thread may wait for another process.
+constexpr base::Duration kWritePatience = std::chrono::milliseconds(30);
 
-std::string FileSecureStore::pathOf(std::string_view account) const {
-  return folder_ + "/" + std::string(account);
-}
+}  // namespace
 
 std::optional<std::string> FileSecureStore::read(std::string_view account) {
-  return files_.read(pathOf(account));
+  return file_.read(account, [](const Value& value) {
+    const auto text = value.asString();
+    return text && !text->empty() ? std::optional<std::string>(*text) : std::nullopt;
+  });
 }
 
 void FileSecureStore::write(std::string_view account, std::string_view value) {
-  writer_.async([this, path = pathOf(account), content = std::string(value)] {
-    files_.createDirectories(folder_);
-    files_.writeAtomically(path, content);
-  });
+  file_.set(account, value);
+  file_.commit(kWritePatience);
+}
+
+std::string FileSecureStore::readOrWrite(std::string_view account, std::string_view value) {
+  file_.setIfAbsent(account, value);
+  file_.commit(kWritePatience);
+  if (auto stored = read(account)) return *stored;
+  write(account, value);
+  return std::string(value);
 }
 
 }  // namespace zarn::desktop

@@ -1,31 +1,28 @@
-// Secrets in files of a folder that only the user can enter.
+// Secrets in a file that only the user can read, shared by all processes of an app.
 #pragma once
 
-#include <string>
-
-#include "base/serial_queue.h"
+#include "desktop/settings_file.h"
 #include "platform/secure_store.h"
-
-namespace zarn::platform {
-class Files;
-}
 
 namespace zarn::desktop {
 
 class FileSecureStore final : public platform::SecureStore {
  public:
-  /// `writer` runs what waits for the disk; it and the files must outlive this object.
-  FileSecureStore(std::string folder, platform::Files& files, base::SerialQueue& writer);
+  /// Keeps its files in `folder`. See SettingsFile.
+  FileSecureStore(std::string folder, platform::Files& files, base::SerialQueue& writer,
+                  const platform::Clock& clock, platform::LogSink& log)
+      : file_(std::move(folder), "secrets", files, writer, clock, log) {}
 
   std::optional<std::string> read(std::string_view account) override;
   void write(std::string_view account, std::string_view value) override;
+  std::string readOrWrite(std::string_view account, std::string_view value) override;
+
+  /// Of what waits for the disk: see SettingsFile.
+  bool flush(base::Duration patience) { return file_.flush(patience); }
+  void finish(base::Duration patience) { file_.finish(patience); }
 
  private:
-  std::string pathOf(std::string_view account) const;
-
-  const std::string folder_;
-  platform::Files& files_;
-  base::SerialQueue& writer_;
+  SettingsFile file_;
 };
 
 }  // namespace zarn::desktop

@@ -14,6 +14,8 @@ class Clock {
   virtual Date now() const = 0;
   /// Time since an arbitrary start; never runs backwards.
   virtual base::Duration monotonic() const = 0;
+  /// As monotonic, but certain to go on while the machine sleeps.
+  virtual base::Duration continuous() const { return monotonic(); }
 };
 
 }  // namespace zarn::platform

@@ -25,6 +25,11 @@ class Defaults {
   virtual void set(std::string_view key, std::string_view value) = 0;
   void set(std::string_view key, const char* value) { set(key, std::string_view(value)); }
   virtual void remove(std::string_view key) = 0;
+  /// Whether what was changed outlives this process from now on, however it ends; only the loss of
+  /// power in the next moments may still undo it. Does not wait for the disk, and some tens of
+  /// milliseconds at most for another process that writes. After false it is in memory, and is
+  /// tried again soon.
+  virtual bool commit() = 0;
 };
 
 }  // namespace zarn::platform

@@ -32,6 +32,13 @@ class Files {
   /// All or nothing, also across a crash: the file has either its old content or the new. May wait
   /// for the disk: never on a host's thread.
   virtual bool writeAtomically(const std::string& path, std::string_view content) = 0;
+  /// As writeAtomically for every reader and for whatever ends this process, but without waiting
+  /// for the disk: until a sync, a loss of power may leave a part of the content, or none.
+  virtual bool writeUnsynced(const std::string& path, std::string_view content) = 0;
+  /// Waits until the file as it is now outlasts a loss of power: never on a host's thread.
+  virtual bool sync(const std::string& path) = 0;
+  /// In one step; what was at `to` is gone.
+  virtual bool rename(const std::string& from, const std::string& to) = 0;
   /// A file or an empty folder.
   virtual bool remove(const std::string& path) = 0;
   /// Only the user may read and write the file. No effect when it does not exist.

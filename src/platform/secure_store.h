@@ -7,8 +7,9 @@
 
 namespace zarn::platform {
 
-/// Any thread. Accounts are names such as "zarn_anonymous_id". Failures are silent: a read that
-/// fails gives nothing, a write that fails leaves what was there.
+/// Any thread. Accounts are names such as "zarn_anonymous_id". An empty secret is none. Failures
+/// are silent: a read that fails gives nothing, a write that fails is tried again while the process
+/// lives, which sees what it wrote.
 class SecureStore {
  public:
   virtual ~SecureStore() = default;
@@ -16,6 +17,9 @@ class SecureStore {
   /// Outlives this process, however it ends, once the call returns; the loss of power only soon
   /// after. Never waits for the disk.
   virtual void write(std::string_view account, std::string_view value) = 0;
+  /// What is stored; when there is nothing, `value`, which is then stored as by `write`. Processes
+  /// that do so at the same time get the same answer.
+  virtual std::string readOrWrite(std::string_view account, std::string_view value) = 0;
 };
 
 }  // namespace zarn::platform

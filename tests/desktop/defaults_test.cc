@@ -4,16 +4,20 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <csignal>
 #include <cstdlib>
 #include <fstream>
+#include <functional>
 #include <thread>
 #include <vector>
 
+#include "base/host_call.h"
 #include "desktop/clock.h"
 #include "desktop/dispatch.h"
 #include "desktop/environment.h"
 #include "desktop/files.h"
 #include "platform/log.h"
+#include "support/child_process.h"
 #include "support/manual_dispatch.h"
 #include "support/temp_directory.h"
 
@@ -30,20 +34,27 @@ class LinesLog : public platform::LogSink {
   std::vector<std::string> lines;
 };
 
-/// Files whose reads or writes fail while told to.
+/// Files whose reads or writes fail while told to, and that let a test come in between.
 class FailingFiles : public PosixFiles {
  public:
   using PosixFiles::PosixFiles;
   std::optional<std::string> read(const std::string& path) override {
-    ++reads;
+    if (path.ends_with(".json")) ++reads;
     return failReads ? std::nullopt : PosixFiles::read(path);
   }
-  bool writeAtomically(const std::string& path, std::string_view content) override {
-    return !failWrites && PosixFiles::writeAtomically(path, content);
+  bool writeUnsynced(const std::string& path, std::string_view content) override {
+    return !failWrites && PosixFiles::writeUnsynced(path, content);
+  }
+  bool sync(const std::string& path) override {
+    if (failSyncs || !PosixFiles::sync(path)) return false;
+    if (auto hook = std::exchange(afterSync, nullptr)) hook();
+    return true;
   }
   int reads = 0;
   bool failReads = false;
   bool failWrites = false;
+  bool failSyncs = false;
+  std::function<void()> afterSync;
 };
 
 class DefaultsTest : public ::testing::Test {
@@ -59,6 +70,7 @@ class DefaultsTest : public ::testing::Test {
 
   testing::TempDirectory folder_;
   const std::string path_ = folder_.file("Zarn/defaults.json");
+  const std::string newPath_ = path_ + ".new";
   LinesLog log_;
   ProcessEnvironment environment_;
   FailingFiles files_{{.dataDirectory = folder_.path(), .bundleId = ""}, environment_, log_};
@@ -181,6 +193,11 @@ TEST_F(DefaultsTest, AFailedWriteIsTriedAgain) {
   EXPECT_EQ(file(), "");
   EXPECT_FALSE(log_.lines.empty());
   files_.failWrites = false;
+  files_.failSyncs = true;
+  dispatch_.advance(300.0);
+  EXPECT_EQ(open()->getString("key"), "new");
+  EXPECT_EQ(file(), "");
+  files_.failSyncs = false;
   dispatch_.advance(300.0);
   EXPECT_EQ(file(), R"({"key":"new"})");
   EXPECT_EQ(dispatch_.pendingCount(), 0U);
@@ -196,13 +213,87 @@ TEST_F(DefaultsTest, NothingIsLostWithTheLastMoment) {
   defaults->set("key", "at the end");
   defaults->finish(base::seconds(1));
   EXPECT_EQ(file(), R"({"key":"at the end"})");
-  defaults->set("key", "after it");
-  EXPECT_EQ(file(), R"({"key":"after it"})");
+  {
+    const base::HostCall call;  // that of a static's destructor
+    defaults->set("key", "after it");
+  }
+  EXPECT_EQ(open()->getString("key"), "after it");
+}
 
-  const auto lock = files_.tryLock(folder_.file("Zarn/defaults.lock"));  // a writer that hangs
-  defaults = open();
-  defaults->set("key", "late");
-  EXPECT_FALSE(defaults->flush(base::seconds(0.01)));
+TEST_F(DefaultsTest, ACommitWaitsNeitherForTheDiskNorForAProcessThatHangs) {
+  const auto defaults = open();
+  {
+    const base::HostCall call;  // aborts when anything waits for the disk
+    defaults->set("flag", true);
+    EXPECT_TRUE(defaults->commit());
+    EXPECT_TRUE(defaults->commit());  // nothing to do
+  }
+  EXPECT_EQ(open()->getBool("flag"), true);
+
+  const auto before = std::chrono::steady_clock::now();
+  auto lock = files_.tryLock(folder_.file("Zarn/defaults.lock"));
+  defaults->set("flag", false);
+  EXPECT_FALSE(defaults->commit());
+  EXPECT_LT(std::chrono::steady_clock::now() - before, std::chrono::seconds(1));
+  EXPECT_EQ(open()->getBool("flag"), true);
+  lock.reset();
+  EXPECT_TRUE(defaults->commit());
+  EXPECT_EQ(open()->getBool("flag"), false);
+}
+
+TEST_F(DefaultsTest, NobodyIsLockedOutWhileAnotherWaitsForTheDisk) {
+  const auto one = open();
+  const auto two = open();
+  one->set("a", true);
+  files_.afterSync = [&] {
+    two->set("b", true);
+    EXPECT_TRUE(two->commit());
+  };
+  EXPECT_TRUE(one->flush(base::seconds(1)));
+  // What two has committed is not synced: it may not take the old file's place yet.
+  EXPECT_EQ(file(), "");
+  EXPECT_EQ(one->getBool("b"), true);
+  EXPECT_TRUE(two->flush(base::seconds(1)));
+  EXPECT_EQ(file(), R"({"a":true,"b":true})");
+  EXPECT_FALSE(files_.exists(newPath_));
+}
+
+TEST_F(DefaultsTest, ALossOfPowerTakesTheNewestWriteAtMost) {
+  const auto defaults = open();
+  defaults->set("zarn_opt_out", true);
+  EXPECT_TRUE(defaults->flush(base::seconds(1)));
+  files_.failSyncs = true;
+  defaults->set("newest", true);
+  EXPECT_TRUE(defaults->commit());
+  EXPECT_FALSE(defaults->flush(base::seconds(1)));
+  const std::string whole = files_.PosixFiles::read(newPath_).value_or("");
+  ASSERT_EQ(whole, R"({"zarn_opt_out":true,"newest":true})");
+  for (const std::string& left :
+       {whole.substr(0, whole.size() / 2), std::string(), std::string(whole.size(), '\0')}) {
+    files_.writeUnsynced(newPath_, left);
+    const auto relaunched = open();
+    EXPECT_EQ(relaunched->getBool("zarn_opt_out"), true);
+    EXPECT_EQ(relaunched->getBool("newest"), std::nullopt);
+  }
+  files_.failSyncs = false;
+  EXPECT_TRUE(open()->flush(base::seconds(1)));
+  EXPECT_FALSE(files_.exists(newPath_));
+  EXPECT_EQ(file(), R"({"zarn_opt_out":true})");
+}
+
+TEST_F(DefaultsTest, WhatWasCommittedOutlivesAKill) {
+  testing::ChildProcess host(ZARN_SETTINGS_HOST, {.arguments = {"defaults", folder_.path()}});
+  EXPECT_EQ(host.wait(std::chrono::seconds(20)).signal, SIGKILL) << host.output();
+  EXPECT_EQ(file(), "");
+  {
+    const auto defaults = open();
+    EXPECT_EQ(defaults->getBool("committed"), true);
+    EXPECT_EQ(defaults->getBool("only in memory"), std::nullopt);
+    EXPECT_EQ(dispatch_.dueCount(), 1U);
+    dispatch_.runUntilIdle();  // settles what the other had no time for
+  }
+  EXPECT_EQ(file(), R"({"committed":true})");
+  EXPECT_FALSE(files_.exists(newPath_));
 }
 
 TEST_F(DefaultsTest, WorksWithoutAFolder) {

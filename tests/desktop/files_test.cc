@@ -76,6 +76,10 @@ TEST_F(FilesTest, ReadsWhatWasWrittenAndLeavesNothingElse) {
   EXPECT_TRUE(files_.writeAtomically(path, "old"));
   EXPECT_TRUE(files_.writeAtomically(path, content));
   EXPECT_EQ(files_.read(path), content);
+  EXPECT_TRUE(files_.writeUnsynced(path + "2", "newer"));
+  EXPECT_TRUE(files_.sync(path + "2"));
+  EXPECT_TRUE(files_.rename(path + "2", path));
+  EXPECT_EQ(files_.read(path), "newer");
   EXPECT_EQ(files_.list(folder_.path()), std::vector<std::string>{"value"});
   EXPECT_TRUE(files_.remove(path));
   EXPECT_FALSE(files_.remove(path));
@@ -84,6 +88,9 @@ TEST_F(FilesTest, ReadsWhatWasWrittenAndLeavesNothingElse) {
 
 TEST_F(FilesTest, FailuresAreAnswersAndKeepWhatWasThere) {
   EXPECT_FALSE(files_.writeAtomically(folder_.file("missing/file"), "x"));
+  EXPECT_FALSE(files_.writeUnsynced(folder_.file("missing/file"), "x"));
+  EXPECT_FALSE(files_.sync(folder_.file("missing/file")));
+  EXPECT_FALSE(files_.rename(folder_.file("missing"), folder_.file("file")));
   EXPECT_EQ(files_.tryLock(folder_.file("missing/lock")), nullptr);
   EXPECT_TRUE(files_.list(folder_.file("missing")).empty());
 

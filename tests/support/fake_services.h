@@ -68,6 +68,26 @@ class FakeDefaults final : public platform::Defaults {
     base::MutexLock lock(mutex_);
     values_.erase(std::string(key));
   }
+  bool commit() override {
+    base::MutexLock lock(mutex_);
+    if (failCommits_) return false;
+    committed_ = values_;
+    return true;
+  }
+
+  void failCommits(bool fail) {
+    base::MutexLock lock(mutex_);
+    failCommits_ = fail;
+  }
+  /// As a process that is killed leaves them: what no commit has saved is gone.
+  void loseUncommitted() {
+    base::MutexLock lock(mutex_);
+    values_ = committed_;
+  }
+  std::size_t size() const {
+    base::MutexLock lock(mutex_);
+    return values_.size();
+  }
 
  private:
   using Stored = std::variant<bool, double, std::string>;
@@ -83,8 +103,10 @@ class FakeDefaults final : public platform::Defaults {
     base::MutexLock lock(mutex_);
     values_[std::string(key)] = std::move(value);
   }
-  base::Mutex mutex_{base::LockRank::dispatch};
+  mutable base::Mutex mutex_{base::LockRank::dispatch};
   std::map<std::string, Stored> values_ ZARN_GUARDED_BY(mutex_);
+  std::map<std::string, Stored> committed_ ZARN_GUARDED_BY(mutex_);
+  bool failCommits_ ZARN_GUARDED_BY(mutex_) = false;
 };
 
 class FakeSecureStore final : public platform::SecureStore {
@@ -96,12 +118,22 @@ class FakeSecureStore final : public platform::SecureStore {
   }
   void write(std::string_view account, std::string_view value) override {
     base::MutexLock lock(mutex_);
-    values_[std::string(account)] = value;
+    if (!failWrites_) values_[std::string(account)] = value;
+  }
+  std::string readOrWrite(std::string_view account, std::string_view value) override {
+    base::MutexLock lock(mutex_);
+    if (failWrites_) return std::string(value);
+    return values_.emplace(account, value).first->second;
+  }
+  void failWrites(bool fail) {
+    base::MutexLock lock(mutex_);
+    failWrites_ = fail;
   }
 
  private:
   base::Mutex mutex_{base::LockRank::dispatch};
   std::map<std::string, std::string> values_ ZARN_GUARDED_BY(mutex_);
+  bool failWrites_ ZARN_GUARDED_BY(mutex_) = false;
 };
 
 class FakeLog final : public platform::LogSink {
@@ -152,6 +184,11 @@ class FakeDevice final : public platform::Device {
     ++batteryReads;
     return batteryState;
   }
+  platform::Orientation orientation() override { return orientationState; }
+  platform::Storage storage() override { return storageState; }
+  std::optional<std::uint64_t> freeMemory() override { return freeBytes; }
+  std::optional<std::string> thermalState() override { return thermalWord; }
+  std::optional<bool> inForeground() override { return isInForeground; }
   platform::DeviceFacts deviceFacts{.machine = "x86_64",
                                     .osName = "Linux",
                                     .osVersion = "6.1",
@@ -166,6 +203,11 @@ class FakeDevice final : public platform::Device {
                                     .region = "GB",
                                     .uses24hFormat = true};
   platform::Battery batteryState;
+  platform::Orientation orientationState = platform::Orientation::unknown;
+  platform::Storage storageState;
+  std::optional<std::uint64_t> freeBytes;
+  std::optional<std::string> thermalWord;
+  std::optional<bool> isInForeground;
   int batteryReads = 0;
 };
 
