@@ -1,7 +1,5 @@
 #include "server/control_api.h"
 
-#include <charconv>
-
 #include "server/json.h"
 #include "server/parameters.h"
 #include "server/tally.h"
@@ -18,17 +16,6 @@ Reply jsonReply(std::string body) {
 
 Reply reply(Queries::Result result, const std::string& error) {
   return result ? jsonReply(std::move(*result)) : errorReply(500, "the search failed: " + error);
-}
-
-// The last part of "/api/collector/batches/12".
-std::string lastPart(const Request& request) {
-  return request.path.substr(request.path.rfind('/') + 1);
-}
-
-std::int64_t numberIn(const std::string& text) {
-  std::int64_t value = 0;
-  const auto [end, failure] = std::from_chars(text.data(), text.data() + text.size(), value);
-  return failure == std::errc() && end == text.data() + text.size() ? value : 0;
 }
 
 }  // namespace

@@ -223,6 +223,7 @@ void HttpServer::answer(Router& router, const httplib::Request& request,
   Request ours;
   ours.method = request.method;
   ours.path = request.path;
+  ours.target = request.target;
   ours.query = request.target.substr(std::min(request.target.size(), request.target.find('?')));
   if (!ours.query.empty()) ours.query.erase(0, 1);
   ours.parameters = request.params;

@@ -4,6 +4,13 @@
 
 namespace zarn::collector {
 
+std::string jsonOf(const rapidjson::Value& value) {
+  rapidjson::StringBuffer buffer;
+  rapidjson::Writer<rapidjson::StringBuffer> writer(buffer);
+  value.Accept(writer);
+  return {buffer.GetString(), buffer.GetSize()};
+}
+
 bool parseJson(std::string_view text, rapidjson::Document& document, std::string& error) {
   constexpr unsigned flags = rapidjson::kParseIterativeFlag | rapidjson::kParseValidateEncodingFlag;
   document.Parse<flags>(text.data(), text.size());

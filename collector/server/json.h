@@ -98,6 +98,9 @@ inline std::string_view textOf(const rapidjson::Value& value) {
   return {value.GetString(), value.GetStringLength()};
 }
 
+/// The value as text.
+std::string jsonOf(const rapidjson::Value& value);
+
 /// A JSON array of strings; empty text for an empty list.
 inline std::string jsonList(const std::vector<std::string>& texts) {
   if (texts.empty()) return {};

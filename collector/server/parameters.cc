@@ -82,12 +82,22 @@ std::string Parameters::error() {
   return error_;
 }
 
+std::string lastPart(const Request& request) {
+  return request.path.substr(request.path.rfind('/') + 1);
+}
+
+std::int64_t numberIn(std::string_view text) {
+  std::int64_t value = 0;
+  const auto [end, failure] = std::from_chars(text.data(), text.data() + text.size(), value);
+  return failure == std::errc() && end == text.data() + text.size() ? value : 0;
+}
+
 bool readReason(const Request& request, std::string& reason) {
   if (request.body.empty()) return true;
   rapidjson::Document body;
   std::string ignored;
   if (!parseJson(request.body, body, ignored) || !body.IsObject()) return false;
-  for (const auto& member : body.GetObject()) {
+  for (const auto& member : std::as_const(body).GetObject()) {
     if (textOf(member.name) != "reason" || !member.value.IsString()) return false;
     reason = textOf(member.value);
   }

@@ -32,6 +32,10 @@ class Parameters {
   std::string error_;
 };
 
+/// The last part of a path such as "/api/collector/batches/12", and the number in it; 0: none.
+std::string lastPart(const Request& request);
+std::int64_t numberIn(std::string_view text);
+
 /// The reason in the body of a pause, which may be empty. False for a body of another form.
 bool readReason(const Request& request, std::string& reason);
 constexpr std::string_view kReasonForm = "the body must be like {\"reason\": \"maintenance\"}";

@@ -176,4 +176,42 @@ Reply ProjectApi::calls(const Request& request) {
   return listExchanges(request, "calls", false);
 }
 
+Reply ProjectApi::installations(const Request& request) {
+  Parameters parameters(request);
+  const std::string project = parameters.text("project");
+  if (const std::string wrong = parameters.error(); !wrong.empty()) return errorReply(400, wrong);
+  std::string error;
+  auto result = installations_.list(project, error);
+  return result ? jsonReply(std::move(*result)) : errorReply(500, error);
+}
+
+Reply ProjectApi::installation(const Request& request) {
+  std::string error;
+  auto result = installations_.details(numberIn(lastPart(request)), error);
+  if (result && result->empty()) return errorReply(404, "there is no such installation");
+  return result ? jsonReply(std::move(*result)) : errorReply(500, error);
+}
+
+Reply ProjectApi::requests(const Request& request) {
+  Parameters parameters(request);
+  const Page page = parameters.page(true);
+  if (const std::string wrong = parameters.error(); !wrong.empty()) return errorReply(400, wrong);
+  std::string error;
+  auto result = requests_.list(page, error);
+  return result ? jsonReply(std::move(*result)) : errorReply(500, error);
+}
+
+Reply ProjectApi::rawRequests(const Request& request) {
+  Parameters parameters(request);
+  Page page = parameters.page(true);
+  if (request.parameter("limit").empty()) page.limit = INT64_MAX;
+  if (const std::string wrong = parameters.error(); !wrong.empty()) return errorReply(400, wrong);
+  std::string error;
+  auto result = requests_.raw(page, error);
+  if (!result) return errorReply(500, error);
+  Reply reply = jsonReply(std::move(*result));
+  reply.contentType = "application/octet-stream";
+  return reply;
+}
+
 }  // namespace zarn::collector

@@ -4,17 +4,24 @@
 
 #include <string>
 
+#include "server/installation_queries.h"
 #include "server/live_feed.h"
 #include "server/project_book.h"
 #include "server/project_queries.h"
 #include "server/request.h"
+#include "server/request_log.h"
 
 namespace zarn::collector {
 
 class ProjectApi {
  public:
   ProjectApi(Store& store, ProjectBook& book, LiveFeed& feed)
-      : store_(store), book_(book), feed_(feed), queries_(store.file()) {}
+      : store_(store),
+        book_(book),
+        feed_(feed),
+        queries_(store.file()),
+        installations_(store.file()),
+        requests_(store.file()) {}
 
   Reply policyKeys(const Request& request);
   Reply projects(const Request& request);
@@ -27,6 +34,10 @@ class ProjectApi {
   Reply wait(const Request& request);
   Reply exchanges(const Request& request);
   Reply calls(const Request& request);
+  Reply installations(const Request& request);
+  Reply installation(const Request& request);
+  Reply requests(const Request& request);
+  Reply rawRequests(const Request& request);
 
  private:
   Reply answer(const std::string& project);
@@ -37,6 +48,8 @@ class ProjectApi {
   ProjectBook& book_;
   LiveFeed& feed_;
   ProjectQueries queries_;
+  InstallationQueries installations_;
+  RequestLog requests_;
 };
 
 }  // namespace zarn::collector

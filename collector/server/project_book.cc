@@ -12,13 +12,6 @@ namespace {
 
 using Lock = std::unique_lock<std::mutex>;
 
-std::string jsonOf(const rapidjson::Value& value) {
-  rapidjson::StringBuffer buffer;
-  rapidjson::Writer<rapidjson::StringBuffer> writer(buffer);
-  value.Accept(writer);
-  return {buffer.GetString(), buffer.GetSize()};
-}
-
 std::string joined(const std::vector<std::string>& texts) {
   std::string all;
   for (const std::string& text : texts) all += (all.empty() ? "" : "; ") + text;
@@ -111,7 +104,7 @@ bool ProjectBook::edit(const std::string& project, std::string_view json, std::s
   }
   ProjectSettings wanted = settings(project);
   std::string reason = wanted.paused.value_or("");
-  for (const auto& member : body.GetObject()) {
+  for (const auto& member : std::as_const(body).GetObject()) {
     error = setMember(wanted, reason, textOf(member.name), member.value);
     if (!error.empty()) return false;
   }

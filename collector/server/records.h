@@ -48,6 +48,7 @@ struct BatchRecord {
   // policy's revision; 0: none.
   std::int64_t policyExchange = 0;
   std::int64_t policyRevision = 0;
+  std::int64_t installation = 0;  // 0: it names no device
 };
 
 /// What the server has decided for a project, as of one revision.

@@ -22,7 +22,8 @@ struct Refusal {
 struct Request {
   std::string method;
   std::string path;
-  std::string query;  // as it came, after the question mark
+  std::string target;  // path and query as they came
+  std::string query;   // as it came, after the question mark
   std::multimap<std::string, std::string> parameters;
   std::string contentType;  // without parameters, lower case
   std::string authorization;

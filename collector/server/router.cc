@@ -54,6 +54,10 @@ constexpr Route kRoutes[] = {
     {"GET", "/api/collector/projects/*/wait", nullptr, nullptr, &ProjectApi::wait},
     {"GET", "/api/collector/exchanges", nullptr, nullptr, &ProjectApi::exchanges},
     {"GET", "/api/collector/calls", nullptr, nullptr, &ProjectApi::calls},
+    {"GET", "/api/collector/installations", nullptr, nullptr, &ProjectApi::installations},
+    {"GET", "/api/collector/installations/*", nullptr, nullptr, &ProjectApi::installation},
+    {"GET", "/api/collector/requests", nullptr, nullptr, &ProjectApi::requests},
+    {"GET", "/api/collector/requests/raw", nullptr, nullptr, &ProjectApi::rawRequests},
 };
 
 bool fits(std::string_view pattern, std::string_view path) {
@@ -83,7 +87,10 @@ Reply Router::answer(const Request& request) {
   for (const Route& route : kRoutes) {
     if (!fits(route.path, request.path)) continue;
     if (route.method == method) {
-      if (route.wire != nullptr) return (wire_.*route.wire)(request);
+      if (route.wire != nullptr) {
+        wire_.record(request);
+        return (wire_.*route.wire)(request);
+      }
       if (request.refusal) return errorReply(request.refusal->status, request.refusal->message);
       const bool hasBody = !request.body.empty();
       if (hasBody && request.contentType != "application/json") {
@@ -94,10 +101,14 @@ Reply Router::answer(const Request& request) {
     }
     allowed += (allowed.empty() ? "" : ", ") + std::string(route.method);
   }
+  if (!request.path.starts_with("/api/collector/")) {
+    const auto asset = assets_.find(request.path);
+    if (asset && method == "GET") return *asset;
+    wire_.record(request);
+    if (asset) return wrongMethod(request, "GET");
+  }
   if (!allowed.empty()) return wrongMethod(request, allowed);
-  const auto asset = assets_.find(request.path);
-  if (!asset) return errorReply(404, "there is nothing at this path");
-  return method == "GET" ? *asset : wrongMethod(request, "GET");
+  return errorReply(404, "there is nothing at this path");
 }
 
 }  // namespace zarn::collector

@@ -26,6 +26,7 @@ CREATE TABLE IF NOT EXISTS events(
 CREATE INDEX IF NOT EXISTS events_by_name ON events(name);
 CREATE INDEX IF NOT EXISTS events_by_session ON events(session);
 CREATE INDEX IF NOT EXISTS events_by_user ON events(user) WHERE user IS NOT NULL;
+CREATE INDEX IF NOT EXISTS events_by_batch ON events(batch);
 CREATE INDEX IF NOT EXISTS events_by_problem ON events(seq) WHERE problems IS NOT NULL;
 CREATE TABLE IF NOT EXISTS batches(
   id INTEGER PRIMARY KEY,
@@ -55,7 +56,39 @@ CREATE TABLE IF NOT EXISTS batches(
   items TEXT NOT NULL,
   response TEXT NOT NULL,
   policy_exchange INTEGER,
-  policy_revision INTEGER
+  policy_revision INTEGER,
+  installation INTEGER
+);
+CREATE TABLE IF NOT EXISTS installations(
+  id INTEGER PRIMARY KEY,
+  project TEXT NOT NULL,
+  environment TEXT NOT NULL,
+  app TEXT NOT NULL,
+  device TEXT NOT NULL,
+  first_ms INTEGER NOT NULL,
+  last_ms INTEGER NOT NULL,
+  batches INTEGER NOT NULL,
+  events INTEGER NOT NULL,
+  app_version TEXT NOT NULL,
+  sdk_version TEXT NOT NULL,
+  UNIQUE(project, environment, app, device)
+);
+CREATE TABLE IF NOT EXISTS contexts(
+  id INTEGER PRIMARY KEY,
+  installation INTEGER NOT NULL,
+  first_ms INTEGER NOT NULL,
+  last_ms INTEGER NOT NULL,
+  batches INTEGER NOT NULL,
+  first_batch INTEGER NOT NULL,
+  context TEXT NOT NULL
+);
+CREATE INDEX IF NOT EXISTS contexts_by_installation ON contexts(installation);
+CREATE TABLE IF NOT EXISTS requests(
+  id INTEGER PRIMARY KEY,
+  received_ms INTEGER NOT NULL,
+  refusal TEXT NOT NULL,
+  head TEXT NOT NULL,
+  body TEXT NOT NULL
 );
 CREATE TABLE IF NOT EXISTS changes(
   revision INTEGER PRIMARY KEY,
@@ -99,6 +132,7 @@ PRAGMA user_version = 2;
 constexpr const char* kFromVersion1 = R"sql(
 ALTER TABLE batches ADD COLUMN policy_exchange INTEGER;
 ALTER TABLE batches ADD COLUMN policy_revision INTEGER;
+ALTER TABLE batches ADD COLUMN installation INTEGER;
 INSERT INTO exchanges(id, received_ms, endpoint, project, environment, app, app_version,
                       sdk_version, status, cause, newest, paused_reason, policy, request, response,
                       problems)
@@ -106,6 +140,9 @@ INSERT INTO exchanges(id, received_ms, endpoint, project, environment, app, app_
          problems FROM calls;
 DROP TABLE calls;
 )sql";
+
+constexpr const char* kLateIndexes =
+    "CREATE INDEX IF NOT EXISTS batches_by_installation ON batches(installation)";
 
 std::int64_t versionOf(Database& database) {
   Statement version(database, "PRAGMA user_version");
@@ -124,7 +161,7 @@ bool prepareSchema(Database& database, std::string& error) {
                     database.run("PRAGMA synchronous = NORMAL") &&
                     database.run("PRAGMA cache_size = -65536") && database.run("BEGIN") &&
                     database.run(kTables) && (version != 1 || database.run(kFromVersion1)) &&
-                    database.run("COMMIT");
+                    database.run(kLateIndexes) && database.run("COMMIT");
   if (!good) error = database.message();
   return good;
 }

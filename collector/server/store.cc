@@ -4,6 +4,7 @@
 #include <sys/file.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <chrono>
 #include <filesystem>
 
@@ -25,8 +26,10 @@ struct Store::Statements {
                  "INSERT INTO batches(id, received_ms, bytes, status, cause, events, stored,"
                  " duplicates, conflicts, withheld, invalid, accepted, permanent, transient,"
                  " project, environment, sdk_version, app_version, bundle_id, release_id, launch,"
-                 " sent_at, problems, envelope, items, response, policy_exchange, policy_revision)"
-                 " VALUES(?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,nullif(?,0),?)"),
+                 " sent_at, problems, envelope, items, response, policy_exchange, policy_revision,"
+                 " installation)"
+                 " VALUES(?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,nullif(?,0),?,"
+                 "nullif(?,0))"),
         addExchange(database,
                     "INSERT INTO exchanges(id, received_ms, answered_ms, endpoint, project,"
                     " environment, app, app_version, sdk_version, status, cause, revision, newest,"
@@ -37,6 +40,22 @@ struct Store::Statements {
                    "SELECT id, revision FROM exchanges WHERE project = ? AND environment = ?"
                    " AND app = ? AND answered_ms IS NOT NULL AND policy != ''"
                    " ORDER BY answered_ms DESC, id DESC LIMIT 1"),
+        noteInstallation(database,
+                         "INSERT INTO installations(project, environment, app, device, first_ms,"
+                         " last_ms, batches, events, app_version, sdk_version)"
+                         " VALUES(?1,?2,?3,?4,?5,?5,1,?6,?7,?8) ON CONFLICT DO UPDATE SET"
+                         " last_ms = ?5, batches = batches + 1, events = events + ?6,"
+                         " app_version = ?7, sdk_version = ?8 RETURNING id"),
+        lastContext(database,
+                    "SELECT id, context FROM contexts WHERE installation = ?"
+                    " ORDER BY id DESC LIMIT 1"),
+        addContext(database,
+                   "INSERT INTO contexts(installation, first_ms, last_ms, batches, first_batch,"
+                   " context) VALUES(?1,?2,?2,1,?3,?4)"),
+        keepContext(database,
+                    "UPDATE contexts SET last_ms = ?, batches = batches + 1 WHERE id = ?"),
+        addRequest(database,
+                   "INSERT INTO requests(received_ms, refusal, head, body) VALUES(?,?,?,?)"),
         addChange(database,
                   "INSERT INTO changes(revision, changed_ms, project, policy_revision,"
                   " pause_revision, policy, paused, release_id, app_id, what)"
@@ -56,6 +75,11 @@ struct Store::Statements {
   Statement addExchange;
   Statement noteAnswered;
   Statement lastPolicy;
+  Statement noteInstallation;
+  Statement lastContext;
+  Statement addContext;
+  Statement keepContext;
+  Statement addRequest;
   Statement addChange;
 };
 
@@ -180,6 +204,7 @@ bool Store::insert(BatchRecord& batch) {
     ++position;
   }
   findPolicy(batch);
+  if (!noteInstallation(batch)) return false;
   return insertBatch(batch);
 }
 
@@ -250,7 +275,10 @@ bool Store::insertBatch(const BatchRecord& batch) {
       facts.releaseId, facts.launch,      facts.sentAt,     problems,         batch.envelopeJson,
       items,           batch.response};
   for (const std::string_view text : texts) add.bind(column++, text);
-  return add.bind(column, batch.policyExchange).bind(column + 1, batch.policyRevision).run();
+  return add.bind(column, batch.policyExchange)
+      .bind(column + 1, batch.policyRevision)
+      .bind(column + 2, batch.installation)
+      .run();
 }
 
 // Which policy the batch's sender went by, as far as a server can know.
@@ -264,6 +292,42 @@ void Store::findPolicy(BatchRecord& batch) {
     batch.policyRevision = last.number(1);
   }
   last.reset();
+}
+
+// A batch belongs to the device of its first event that names one: a client never mixes them.
+bool Store::noteInstallation(BatchRecord& batch) {
+  const auto named = std::find_if(batch.events.begin(), batch.events.end(),
+                                  [](const Delivered& each) { return !each.facts.device.empty(); });
+  if (named == batch.events.end()) return true;
+  const EnvelopeFacts& facts = batch.envelope;
+  const std::string app = appName(facts.bundleId);
+  Statement& note = statements_->noteInstallation;
+  note.bind(1, facts.project).bind(2, facts.environment).bind(3, app).bind(4, named->facts.device);
+  note.bind(5, batch.receivedMs).bind(6, sumsOf(batch).stored);
+  note.bind(7, facts.appVersion).bind(8, facts.sdkVersion);
+  if (note.step()) batch.installation = note.number(0);
+  const bool good = note.run();
+  return good && noteContext(batch);
+}
+
+// Each change of the context makes a new row; so does its absence.
+bool Store::noteContext(const BatchRecord& batch) {
+  Statement& last = statements_->lastContext;
+  last.bind(1, batch.installation);
+  const bool same = last.step() && last.text(1) == batch.envelope.context;
+  const std::int64_t id = same ? last.number(0) : 0;
+  last.reset();
+  if (same) return statements_->keepContext.bind(1, batch.receivedMs).bind(2, id).run();
+  Statement& add = statements_->addContext;
+  add.bind(1, batch.installation).bind(2, batch.receivedMs).bind(3, batch.id);
+  return add.bind(4, batch.envelope.context).run();
+}
+
+bool Store::addRequest(std::int64_t receivedMs, std::string_view refusal, std::string_view head,
+                       std::string_view body) {
+  const Lock lock(mutex_);
+  Statement& add = statements_->addRequest;
+  return add.bind(1, receivedMs).bind(2, refusal).bind(3, head).bind(4, body).run();
 }
 
 bool Store::addExchange(ExchangeRecord& exchange) {
@@ -348,7 +412,8 @@ std::vector<std::pair<std::string, ProjectSettings>> Store::changes() const {
 bool Store::reset() {
   const Lock lock(mutex_);
   const bool good = database_->run(
-      "BEGIN IMMEDIATE; DELETE FROM events; DELETE FROM batches; DELETE FROM exchanges; COMMIT");
+      "BEGIN IMMEDIATE; DELETE FROM events; DELETE FROM batches; DELETE FROM exchanges;"
+      "DELETE FROM installations; DELETE FROM contexts; DELETE FROM requests; COMMIT");
   if (!good) {
     database_->run("ROLLBACK");
     return false;

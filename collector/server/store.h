@@ -38,6 +38,9 @@ class Store {
   std::int64_t exchangesSeen() const;
   /// Waits for one more than that. False when time ran out or the store was stopped.
   bool waitForExchange(std::int64_t seen, int ms) const;
+  /// Keeps a request as it came.
+  bool addRequest(std::int64_t receivedMs, std::string_view refusal, std::string_view head,
+                  std::string_view body);
   bool addChange(const std::string& project, const ProjectSettings& settings);
   /// Every change, in order, with its project.
   std::vector<std::pair<std::string, ProjectSettings>> changes() const;
@@ -63,6 +66,8 @@ class Store {
   void forget(BatchRecord& batch);
   bool insertBatch(const BatchRecord& batch);
   void findPolicy(BatchRecord& batch);
+  bool noteInstallation(BatchRecord& batch);
+  bool noteContext(const BatchRecord& batch);
 
   // Constant after construction.
   std::string file_;

@@ -4,6 +4,7 @@
 #include "server/exchange_plan.h"
 #include "server/feed_text.h"
 #include "server/json.h"
+#include "server/request_log.h"
 #include "server/time_text.h"
 
 namespace zarn::collector {
@@ -27,6 +28,11 @@ void note(std::vector<std::string>& problems, std::string problem) {
 }
 
 }  // namespace
+
+void WireApi::record(const Request& request) {
+  const std::string refusal = request.refusal ? request.refusal->message : std::string();
+  store_.addRequest(nowMs(), refusal, headOf(request), request.body);
+}
 
 Reply WireApi::refuse(int status, std::string message, const Request& request) {
   BatchRecord record;

@@ -18,6 +18,8 @@ class WireApi {
   Reply batch(const Request& request);
   Reply init(const Request& request);
   Reply config(const Request& request);
+  /// Keeps any request as it came, before it is answered.
+  void record(const Request& request);
 
  private:
   Reply refuse(int status, std::string message, const Request& request);

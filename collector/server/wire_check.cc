@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 
+#include "server/context_check.h"
 #include "server/json.h"
 #include "server/object_check.h"
 #include "server/time_text.h"
@@ -107,10 +108,9 @@ void checkContext(const rapidjson::Value& context, std::vector<std::string>& pro
 }
 
 // Absent where an optional step on the way there is.
-std::string launchOf(const rapidjson::Value* context) {
-  if (context == nullptr) return {};
-  const auto app = context->FindMember("app");
-  if (app == context->MemberEnd() || !app->value.IsObject()) return {};
+std::string launchOf(const rapidjson::Value& context) {
+  const auto app = context.FindMember("app");
+  if (app == context.MemberEnd() || !app->value.IsObject()) return {};
   const auto start = app->value.FindMember("start_time");
   if (start == app->value.MemberEnd() || !start->value.IsString()) return {};
   return std::string(textOf(start->value));
@@ -190,7 +190,11 @@ EnvelopeFacts checkEnvelope(std::string_view json) {
   facts.bundleId = check.text("bundle_id");
   facts.releaseId = check.text("release_id");
   facts.sentAt = check.text("sent_at");
-  facts.launch = launchOf(check.find("context"));
+  if (const rapidjson::Value* context = check.find("context")) {
+    checkEnrichedContext(*context, facts.problems);
+    facts.context = jsonOf(*context);
+    facts.launch = launchOf(*context);
+  }
   if (check.find("sent_at") != nullptr && !parseWireTime(facts.sentAt)) {
     check.problem("sent_at", wireTimeProblem(facts.sentAt));
   }

@@ -21,7 +21,8 @@ struct EventFacts {
 
 struct EnvelopeFacts {
   std::string project, environment, platform, sdkVersion, appVersion, bundleId, releaseId, sentAt;
-  std::string launch;  // when the sending process started, from context.app.start_time
+  std::string context;  // JSON; empty: it has none
+  std::string launch;   // when the sending process started, from context.app.start_time
   std::vector<std::string> problems;
 };
 

@@ -73,6 +73,33 @@ TEST(EnvelopeCheck, ReadsWhoSentIt) {
   EXPECT_EQ(problems, (std::vector<std::string>{"unknown key \"sentAt\"", "sent_at is missing"}));
 }
 
+TEST(ContextCheck, NamesWhatIsWrong) {
+  const auto problemsWith = [](const std::string& context) {
+    BatchBody body;
+    std::string error;
+    EXPECT_TRUE(readBatch(batchText({}, context), body, error)) << error;
+    return checkEnvelope(body.envelope).problems;
+  };
+  EXPECT_TRUE(problemsWith(contextText(R"(,"thermal_state":"fair","archs":["x86_64"])")).empty());
+  const struct {
+    const char *from, *to, *problem;
+  } cases[] = {
+      {"\"os\":{\"name\":\"Linux\",", "\"os\":{", "context.os.name is missing"},
+      {"\"memory_gb\":16", "\"memory_gb\":16.5", "context.hardware.memory_gb must be an integer"},
+      {"\"cpu_cores\":8", "\"cpu_cores\":-8", "context.hardware.cpu_cores must not be negative"},
+      {"landscape", "flat", "context.device.orientation is not a known one: \"flat\""},
+      {"aaaa", "AAAA", "context.device.device_hash must be 64 lower-case hexadecimal digits"},
+      {"[\"en\"]", "[1]", "context.runtime.languages must be a list of strings"},
+      {"\"hardware\":{", "\"hardware\":{\"is_charging\":null,",
+       "context.hardware.is_charging must be true or false"},
+      {"\"culture\"", "\"cultures\"", "unknown key \"context.cultures\""},
+  };
+  for (const auto& each : cases) {
+    EXPECT_EQ(problemsWith(spoilt(contextText(), each.from, each.to)),
+              std::vector<std::string>{each.problem});
+  }
+}
+
 TEST(InitCheck, KnowsBothForms) {
   const std::string recovery =
       R"({"project_id":"shop","api_key":"k","platform":"ios","bundle_id":"io.shop",)"

@@ -22,11 +22,29 @@ inline std::string eventText(int n, const std::string& properties = "{}") {
          R"("screen_width":1920,"screen_height":1080,"battery_level":0.5,"is_charging":true}})";
 }
 
-inline std::string batchText(const std::vector<std::string>& events) {
+/// A whole context; `more` goes into its hardware.
+inline std::string contextText(const std::string& more = {}) {
+  return R"({"device":{"family":"PC","model":"x86_64","brand":"generic","type":"phone",)"
+         R"("screen_width_px":1920,"screen_height_px":1080,"screen_density":1.0,)"
+         R"("orientation":"landscape","device_hash":")" +
+         std::string(64, 'a') +
+         R"(","device_class":"high","is_simulator":false},"os":{"name":"Linux","version":"12"},)"
+         R"("runtime":{"language":"en","languages":["en"],"timezone":"Europe/Oslo"},)"
+         R"("hardware":{"memory_gb":16,"cpu_cores":8,"max_touch_points":5,"processor_count":8,)"
+         R"("brand":"","manufacturer":"")" +
+         more +
+         R"(},"app":{"version":"1.0","build":"7","bundle_id":"io.shop","name":"Shop",)"
+         R"("start_time":"2026-01-31T09:00:00.000Z"},)"
+         R"("culture":{"locale":"en_GB","calendar":"gregorian","uses_24h_format":true}})";
+}
+
+inline std::string batchText(const std::vector<std::string>& events,
+                             const std::string& context = contextText()) {
   std::string text =
       R"({"project_id":"shop","api_key":"k","platform":"ios","environment":"production",)"
       R"("sdk_version":"1.0.16","app_version":"1.0","bundle_id":"io.shop","release_id":"",)"
-      R"("context":{"app":{"start_time":"2026-01-31T09:00:00.000Z"}},"batch":[)";
+      R"("context":)" +
+      context + R"(,"batch":[)";
   for (const std::string& event : events) text += (text.back() == '[' ? "" : ",") + event;
   return text + R"(],"sent_at":"2026-01-31T09:30:01Z"})";
 }
