@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "base/closure.h"
+#include "base/generation.h"
 #include "base/serial_queue.h"
 #include "model/event.h"
 
@@ -40,9 +41,15 @@ using BatchOutcome = std::variant<std::vector<BatchAck>, BatchPaused, BatchFaile
 /// Any thread.
 class BatchSender {
  public:
+  /// The periods in which sending is allowed, counted: a batch that was taken in one is not sent in
+  /// a later one.
+  using Permits = base::Generation<BatchSender>;
+
   virtual ~BatchSender() = default;
-  /// Delivers the batch. `completion` runs exactly once, on `queue`, never inside the call.
-  virtual void send(Batch batch, base::SerialQueue& queue,
+  virtual Permits::Token permit() const = 0;
+  /// Delivers the batch; without a request when `permit` has expired. `completion` runs exactly
+  /// once, on `queue`, never inside the call.
+  virtual void send(Batch batch, Permits::Token permit, base::SerialQueue& queue,
                     base::UniqueFunction<void(BatchOutcome)> completion) = 0;
 };
 

@@ -149,12 +149,14 @@ std::optional<EventQueue::Flight> EventQueue::takeBatch(std::shared_ptr<Promise>
   buffer_.clear();
   isFlushing_ = true;
   pendingRetry_.cancel();
-  return Flight{std::move(events), discardGeneration_.current(), std::move(promise)};
+  return Flight{std::move(events), discardGeneration_.current(), transport_.permit(),
+                std::move(promise)};
 }
 
 void EventQueue::send(Flight flight) {
   Batch batch = flight.batch;
-  transport_.send(std::move(batch), workQueue_,
+  const auto permit = flight.permit;
+  transport_.send(std::move(batch), permit, workQueue_,
                   base::weakly(scope_, [this, flight = std::move(flight)](BatchOutcome outcome) {
                     answered(flight, std::move(outcome));
                   }));

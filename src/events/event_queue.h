@@ -84,6 +84,7 @@ class EventQueue {
   struct Flight {
     Batch batch;
     DiscardGeneration::Token generation;
+    BatchSender::Permits::Token permit;
     std::shared_ptr<Promise> promise;  // null for a flush that nobody waits for
   };
 

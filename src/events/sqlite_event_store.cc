@@ -93,7 +93,8 @@ void SqliteEventStore::insert(const model::EncodedEvent& event) {
   base::Closure relief;
   queue_.sync([&] {
     queue_.assertCurrent();
-    if (openForInsert() && table_->insert(event.id, *event.json, event.time)) {
+    // Rows that were to go must be gone first: no later launch may find them among newer ones.
+    if (openForInsert() && removeAllOwed() && table_->insert(event.id, *event.json, event.time)) {
       upkeep_->wrote();
       relief = upkeep_->reliefAfterInsert();
       return;
@@ -173,11 +174,18 @@ void SqliteEventStore::removeSlice(std::span<const std::string> ids, bool clearM
 void SqliteEventStore::removeAll() {
   queue_.sync([this] {
     queue_.assertCurrent();
-    if (!table_) return;
-    if (!table_->removeAll()) return noteFailure(failedRemovals_, "removal");
-    upkeep_->wrote();
-    upkeep_->removedRows();
+    owesRemovalOfAll_ = true;
+    if (!removeAllOwed()) noteFailure(failedRemovals_, "removal");
   });
+}
+
+bool SqliteEventStore::removeAllOwed() {
+  if (!owesRemovalOfAll_) return true;
+  if (!table_ || !table_->removeAll()) return false;
+  owesRemovalOfAll_ = false;
+  upkeep_->wrote();
+  upkeep_->removedRows();
+  return true;
 }
 
 bool SqliteEventStore::adopt(const std::string& path) {

@@ -85,6 +85,7 @@ class SqliteEventStore final : public EventStorage {
 
   bool open() ZARN_REQUIRES(queue_);
   bool openForInsert() ZARN_REQUIRES(queue_);
+  bool removeAllOwed() ZARN_REQUIRES(queue_);
   void takeOverLegacyFiles() ZARN_REQUIRES(queue_);
   void makeFilesPrivate();
   void removeSlice(std::span<const std::string> ids, bool clearMarks) ZARN_REQUIRES(queue_);
@@ -104,6 +105,7 @@ class SqliteEventStore final : public EventStorage {
   std::unique_ptr<StoreUpkeep> upkeep_ ZARN_GUARDED_BY(queue_);
   int insertsUntilRetry_ ZARN_GUARDED_BY(queue_) = 0;
   bool mayOpen_ ZARN_GUARDED_BY(queue_) = true;
+  bool owesRemovalOfAll_ ZARN_GUARDED_BY(queue_) = false;  // removeAll has failed so far
   bool hasReported_ ZARN_GUARDED_BY(queue_) = false;
 
   std::atomic<bool> isOpen_ = false;

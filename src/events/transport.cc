@@ -46,10 +46,15 @@ Transport::~Transport() {
   stopSends();
 }
 
-void Transport::send(Batch batch, base::SerialQueue& queue,
+Transport::Permits::Token Transport::permit() const {
+  base::MutexLock lock(taskLock_);
+  return permits_.current();
+}
+
+void Transport::send(Batch batch, Permits::Token permit, base::SerialQueue& queue,
                      base::UniqueFunction<void(BatchOutcome)> completion) {
   base::MutexLock lock(taskLock_);
-  if (!sendsEnabled_) {
+  if (!sendsEnabled_ || permit != permits_.current() || (isForbidden && isForbidden())) {
     queue.async([batch = std::move(batch), completion = std::move(completion)]() mutable {
       completion(sameForAll(*batch, BatchAck::Outcome::transientFail));
     });
@@ -111,6 +116,7 @@ void Transport::stopSends() {
   {
     base::MutexLock lock(taskLock_);
     sendsEnabled_ = false;
+    permits_.bump();
     tasks.swap(inFlightTasks_);
   }
   for (const auto& [task, id] : tasks) http_.cancel(id);
@@ -129,6 +135,11 @@ void Transport::setReleaseId(std::string releaseId) {
 void Transport::setEnrichedContext(std::shared_ptr<const std::string> json) {
   base::MutexLock lock(taskLock_);
   envelope_.context = std::move(json);
+}
+
+std::string Transport::releaseId() const {
+  base::MutexLock lock(taskLock_);
+  return envelope_.releaseId;
 }
 
 }  // namespace zarn::events

@@ -7,6 +7,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
 #include <unordered_map>
@@ -34,14 +35,21 @@ class Transport : public BatchSender {
             platform::Log log);
   ~Transport() override;
 
-  void send(Batch batch, base::SerialQueue& queue,
+  Permits::Token permit() const override;
+  void send(Batch batch, Permits::Token permit, base::SerialQueue& queue,
             base::UniqueFunction<void(BatchOutcome)> completion) override;
+
+  /// Asked before each request, with a lock held, whether the user has forbidden it in the
+  /// meantime. Set before the first send.
+  std::function<bool()> isForbidden;
 
   /// Cancels what is under way, and answers each later send at once, without a request.
   void stopSends();
   void resumeSends();
 
   void setReleaseId(std::string releaseId);
+  /// Empty until the server has named one.
+  std::string releaseId() const;
   /// The full context as a JSON object, for batches from now on; null leaves it out of them.
   void setEnrichedContext(std::shared_ptr<const std::string> json);
 
@@ -58,9 +66,10 @@ class Transport : public BatchSender {
   const std::string writeKey_;
   const platform::Log log_;
 
-  base::Mutex taskLock_{base::LockRank::transport};
+  mutable base::Mutex taskLock_{base::LockRank::transport};
   BatchEnvelope envelope_ ZARN_GUARDED_BY(taskLock_);
   bool sendsEnabled_ ZARN_GUARDED_BY(taskLock_) = true;
+  Permits permits_ ZARN_GUARDED_BY(taskLock_);
   std::uint64_t nextTask_ ZARN_GUARDED_BY(taskLock_) = 0;
   std::unordered_map<std::uint64_t, platform::HttpTaskId> inFlightTasks_ ZARN_GUARDED_BY(taskLock_);
   base::Scope scope_;

@@ -18,7 +18,8 @@ using Outcome = BatchAck::Outcome;
 /// Batches wait until the test answers them.
 class ScriptedSender final : public BatchSender {
  public:
-  void send(Batch batch, base::SerialQueue& queue,
+  Permits::Token permit() const override { return permits_.current(); }
+  void send(Batch batch, Permits::Token, base::SerialQueue& queue,
             base::UniqueFunction<void(BatchOutcome)> completion) override {
     batches.push_back(std::move(batch));
     queue_ = &queue;
@@ -44,6 +45,7 @@ class ScriptedSender final : public BatchSender {
   std::vector<Batch> batches;
 
  private:
+  Permits permits_;
   base::SerialQueue* queue_ = nullptr;
   std::vector<base::UniqueFunction<void(BatchOutcome)>> completions_;
 };

@@ -74,6 +74,20 @@ TEST_F(StoreFaultsTest, WhatIsNotCountedAsFailedIsThereWhateverFails) {
   }
 }
 
+// What was discarded while the disk was full must not come back beside what is kept later.
+TEST_F(StoreFaultsTest, ARemovalOfAllThatFailedIsMadeUpForBeforeTheNextInsert) {
+  auto store = open(vfs_.name());
+  insert(*store, {"A", "B"});
+  vfs_.fail(FaultyVfs::Operation::write, {.countdown = 1, .forever = true, .code = SQLITE_FULL});
+  store->removeAll();
+  EXPECT_EQ(store->health().failedRemovals, 1u);
+  insert(*store, {"C"});
+  vfs_.heal();
+  insert(*store, {"D"});
+  store.reset();
+  EXPECT_EQ(idsOf(open(vfs_.name())->fetchPending()), Ids{"D"});
+}
+
 TEST_F(StoreFaultsTest, APowerCutLosesOnlyTheNewestRows) {
   const std::string filler(60'000, ' ');
   std::size_t mostSafe = 0;

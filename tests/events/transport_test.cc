@@ -67,7 +67,7 @@ class TransportTest : public ::testing::Test {
   }
   void begin() {
     result_ = "none";
-    transport_.send(batchOf({"a", "b"}), queue_,
+    transport_.send(batchOf({"a", "b"}), transport_.permit(), queue_,
                     [this](BatchOutcome outcome) { result_ = told(outcome); });
   }
 
