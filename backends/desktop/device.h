@@ -1,54 +1,43 @@
-// What plain Linux tells of the machine, the system, the user's locale and the battery.
+// What plain Linux tells of the machine, the system, the user's locale, the battery and the like.
 #pragma once
 
-#include <atomic>
 #include <string>
 
-#include "base/mutex.h"
-#include "base/serial_queue.h"
-#include "base/weakly.h"
+#include "desktop/sampled.h"
 #include "platform/device.h"
 
 namespace zarn::platform {
-class Clock;
 class Environment;
-}  // namespace zarn::platform
+}
 
 namespace zarn::desktop {
 
-/// "en_GB.UTF-8@euro" gives "en_GB"; "C", "POSIX" and anything malformed give nothing.
-std::string localeFrom(std::string_view variable);
-
-/// The name of the executable, or "app".
-std::string executableName();
-
 class LinuxDevice final : public platform::Device {
  public:
-  /// Reads all but the battery. Files are looked for below `root`, which is empty but for tests.
-  /// The battery is read on `reader`, which must outlive this object.
+  /// Reads what does not change. Files are looked for below `root`, which is empty but for tests.
+  /// What may wait for hardware is read on `reader`, which must outlive this object.
   LinuxDevice(platform::AppFacts app, platform::Environment& environment,
               const platform::Clock& clock, base::SerialQueue& reader, std::string root = {});
 
   const platform::DeviceFacts& device() override { return device_; }
   const platform::AppFacts& app() override { return app_; }
   platform::LocaleFacts locale() override { return locale_; }
-  platform::Battery battery() override;
+  platform::Battery battery() override { return battery_.latest(); }
+
+  platform::Storage storage() override { return storage_.latest(); }
+  std::optional<std::uint64_t> freeMemory() override;
+  std::optional<std::string> thermalState() override { return thermalState_.latest(); }
 
  private:
-  void readBattery();
-
+  // Constant after construction.
   const std::string root_;
   const platform::DeviceFacts device_;
   const platform::AppFacts app_;
   const platform::LocaleFacts locale_;
-  const platform::Clock& clock_;
-  base::SerialQueue& reader_;
 
-  base::Mutex mutex_{base::LockRank::leaf};
-  platform::Battery battery_ ZARN_GUARDED_BY(mutex_);
-  std::atomic<base::Duration::rep> nextRead_{0};  // on the monotonic clock
-
-  base::Scope scope_;
+  Sampled<platform::Battery> battery_;
+  Sampled<platform::Storage> storage_;
+  Sampled<std::optional<std::string>> thermalState_;
 };
 
 }  // namespace zarn::desktop

@@ -12,6 +12,7 @@
 #include "desktop/crypto.h"
 #include "desktop/defaults.h"
 #include "desktop/device.h"
+#include "desktop/device_facts.h"
 #include "desktop/dispatch.h"
 #include "desktop/environment.h"
 #include "desktop/files.h"
