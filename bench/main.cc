@@ -2,6 +2,7 @@
 #include <cstdio>
 #include <string_view>
 
+#include "context_figures.h"
 #include "figures.h"
 #include "pii_figures.h"
 #include "sync_figures.h"
@@ -18,6 +19,8 @@ int main(int argc, char** argv) {
   addTrackFigures(figures);
   addDeliveryFigures(figures);
   addConfigureFigures(figures);
+  figures.add("context_collect_ms", contextCollectMs(), "ms");
+  figures.add("context_first_collect_ms", contextFirstCollectMs(), "ms");
   figures.add("scrub_clean_64_us", scrubClean64Us(), "us");
   figures.add("scrub_hostile_64k_ms", scrubHostile64kMs(), "ms");
   figures.add("sync_idle_over_mutex", syncIdleOverMutex(), "ratio");

@@ -111,5 +111,21 @@ TEST_F(TransportTest, StoppedSendsCancelWhatIsUnderWayAndAskNoMore) {
   EXPECT_EQ(send(200, R"({"accepted_event_ids":["a","b"]})"), "accepted:a accepted:b");
 }
 
+TEST_F(TransportTest, TheContextGoesBeforeTheEventsUntilItIsTakenBack) {
+  const auto body = [this] {
+    begin();
+    const std::string sent = http_.nextBody();
+    http_.answerNext(200);
+    dispatch_.runUntilIdle();
+    return sent;
+  };
+  EXPECT_EQ(body().find("\"context\""), std::string::npos);
+  transport_.setEnrichedContext(std::make_shared<const std::string>(R"({"os":{"name":"L"}})"));
+  EXPECT_NE(body().find(R"("release_id":"","context":{"os":{"name":"L"}},"batch":[{},{}],)"),
+            std::string::npos);
+  transport_.setEnrichedContext(nullptr);
+  EXPECT_NE(body().find(R"("release_id":"","batch":[{},{}],)"), std::string::npos);
+}
+
 }  // namespace
 }  // namespace zarn::events
