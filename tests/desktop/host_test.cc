@@ -13,6 +13,7 @@
 #include "platform/defaults.h"
 #include "platform/device.h"
 #include "platform/files.h"
+#include "platform/life_events.h"
 #include "support/temp_directory.h"
 #include "zarn/desktop.h"
 
@@ -37,6 +38,7 @@ TEST(HostProcess, Run) {
   EXPECT_EQ(host.device.app().version, "2.4.1");
   EXPECT_NE(host.device.app().name, "");  // the executable's
   host.defaults.set("set just before the exit", true);
+  host.life.start([&host](platform::LifeEvent) { host.defaults.set("set at the exit", true); });
 }
 
 TEST(Host, IsAsDescribedAndItsSettingsOutliveAnImmediateExit) {
@@ -52,7 +54,7 @@ TEST(Host, IsAsDescribedAndItsSettingsOutliveAnImmediateExit) {
   EXPECT_EQ(status, 0);
   std::ifstream file(folder.file("data/Zarn/defaults.json"));
   const std::string text{std::istreambuf_iterator<char>(file), {}};
-  EXPECT_EQ(text, R"({"set just before the exit":true})");
+  EXPECT_EQ(text, R"({"set just before the exit":true,"set at the exit":true})");
 }
 
 }  // namespace
