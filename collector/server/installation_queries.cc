@@ -147,7 +147,7 @@ InstallationQueries::Result InstallationQueries::details(std::int64_t id, std::s
   } parts[] = {{"identities", kIdentities, writeIdentity},
                {"sessions", kSessions, writeSession},
                {"contexts", kContexts, writeContext},
-               {"batches", kBatches, writeBatch}};
+               {"recent_batches", kBatches, writeBatch}};
   for (const auto& part : parts) {
     Statement query(*lease, part.sql);
     query.bind(1, id);

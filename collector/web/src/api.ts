@@ -4,11 +4,16 @@ import { parseExactly } from './json';
 import type {
   BatchDetails,
   BatchRow,
-  CallRow,
   Counts,
   EventPage,
   EventRow,
+  ExchangeRow,
   Filter,
+  Installation,
+  InstallationDetails,
+  PolicyKey,
+  Project,
+  Settings,
   State,
   Switches,
   Timeline,
@@ -44,6 +49,8 @@ function filterParameters(filter: Filter): Record<string, string | undefined> {
   return { text, type, name, user, session, valid: invalid ? 'false' : undefined };
 }
 
+const projectPath = (project: string): string => `projects/${encodeURIComponent(project)}`;
+
 export const api = {
   state: () => ask<State>('GET', 'state'),
   counts: () => ask<Counts>('GET', 'counts'),
@@ -54,7 +61,20 @@ export const api = {
   batches: (page: { before?: number; limit: number }) =>
     ask<{ batches: BatchRow[]; next: number | null }>('GET', `batches${query(page)}`),
   batch: (id: number) => ask<BatchDetails>('GET', `batches/${id}`),
-  calls: () => ask<{ calls: CallRow[] }>('GET', 'calls'),
+  calls: () => ask<{ calls: ExchangeRow[] }>('GET', 'calls'),
+  exchanges: (of: { project?: string; environment?: string; app?: string; limit?: number }) =>
+    ask<{ exchanges: ExchangeRow[] }>('GET', `exchanges${query(of)}`),
+  policyKeys: () => ask<PolicyKey[]>('GET', 'policy-keys'),
+  projects: () => ask<{ projects: Project[] }>('GET', 'projects'),
+  changes: (project: string) => ask<{ changes: Settings[] }>('GET', `${projectPath(project)}/changes`),
+  editProject: (project: string, settings: Record<string, unknown>) =>
+    ask<Project>('PUT', projectPath(project), settings),
+  pauseProject: (project: string, reason: string) =>
+    ask<Project>('POST', `${projectPath(project)}/pause`, { reason }),
+  resumeProject: (project: string) => ask<Project>('POST', `${projectPath(project)}/resume`),
+  resetProject: (project: string) => ask<Project>('DELETE', projectPath(project)),
+  installations: () => ask<{ installations: Installation[] }>('GET', 'installations'),
+  installation: (id: number) => ask<InstallationDetails>('GET', `installations/${id}`),
   switches: () => ask<Switches>('GET', 'faults'),
   addFault: (fault: Record<string, unknown>) => ask<Switches>('POST', 'faults', fault),
   removeFault: (id: number) => ask<Switches>('DELETE', `faults/${id}`),

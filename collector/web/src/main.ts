@@ -4,6 +4,7 @@ import './style/base.css';
 import './style/events.css';
 import './style/inspector.css';
 import './style/requests.css';
+import './style/projects.css';
 
 import { api } from './api';
 import { h, icon } from './dom';
@@ -12,12 +13,16 @@ import markUrl from './icon.svg';
 import { connect, on, onConnection } from './live';
 import { batchesView } from './views/batches';
 import { eventsView } from './views/events';
+import { installationsView } from './views/installations';
 import { iconButton, paths } from './views/parts';
+import { projectsView } from './views/projects';
 import { switchesView } from './views/switches';
 
 const pages: [string, string, () => HTMLElement][] = [
   ['events', 'Events', eventsView],
   ['batches', 'Batches', batchesView],
+  ['installations', 'Installations', installationsView],
+  ['projects', 'Projects', projectsView],
   ['faults', 'Faults', switchesView],
 ];
 
@@ -50,21 +55,30 @@ function connectionState(): HTMLElement {
   return element;
 }
 
-// Faults that were forgotten cost hours: they are told on every page.
+// Faults and pauses that were forgotten cost hours: they are told on every page.
 function banner(): HTMLElement {
-  const element = h('a', { class: 'banner', href: '#/faults', hidden: true });
+  const element = h('a', { class: 'banner', hidden: true });
+  let pausedProjects: string[] = [];
   const load = async () => {
     const switches = await api.switches().catch(() => null);
     if (!switches) return;
     const active = switches.faults.filter((fault) => fault.active).length;
     const parts = [
       switches.paused ? `Paused${switches.paused_reason ? `: ${switches.paused_reason}` : ''}` : '',
+      pausedProjects.length > 0 ? `${pausedProjects.join(', ')} paused` : '',
       active > 0 ? `${count(active, 'fault')} switched on` : '',
-    ];
-    element.hidden = !switches.paused && active === 0;
-    element.replaceChildren(icon(paths.warning), parts.filter(Boolean).join(' · '));
+    ].filter(Boolean);
+    element.hidden = parts.length === 0;
+    element.setAttribute('href', switches.paused || active > 0 ? '#/faults' : '#/projects');
+    element.replaceChildren(icon(paths.warning), parts.join(' · '));
   };
-  for (const event of ['faults', 'open', 'batch', 'exchange'] as const) on(event, () => void load());
+  const loadProjects = async () => {
+    const answer = await api.projects().catch(() => null);
+    if (answer) pausedProjects = answer.projects.filter((each) => each.paused).map((each) => each.project_id);
+    await load();
+  };
+  for (const event of ['faults', 'batch', 'exchange'] as const) on(event, () => void load());
+  for (const event of ['open', 'project'] as const) on(event, () => void loadProjects());
   return element;
 }
 

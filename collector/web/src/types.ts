@@ -45,6 +45,8 @@ export interface BatchRow {
   launch?: string;
   sent_at?: string;
   problems: string[];
+  policy_exchange: number | null;
+  policy_revision: number | null;
 }
 
 /** Event id, fate, verdict and problems. */
@@ -56,15 +58,134 @@ export interface BatchDetails extends BatchRow {
   response: unknown;
 }
 
-export interface CallRow {
+/** A request of the control plane, and what its answer told. Null: nothing that a client can read. */
+export interface ExchangeRow {
   id: number;
   received_at: string;
-  endpoint: string;
+  answered_at: string | null;
+  endpoint: 'init' | 'recovery' | 'config' | 'batch';
+  project_id?: string;
+  environment?: string;
+  app?: string;
+  app_version?: string;
+  sdk_version?: string;
   status: number;
   cause?: string;
+  revision: number | null;
+  newest_revision: number;
+  paused: boolean | null;
+  paused_reason?: string;
+  policy: unknown;
+  batch: number | null;
   request: unknown;
   response: unknown;
   problems: string[];
+}
+
+export type Policy = Record<string, unknown>;
+
+export interface PolicyKey {
+  section: string;
+  key: string;
+  type: 'boolean' | 'integer' | 'number' | 'string' | 'strings';
+  default: unknown;
+  note: string;
+}
+
+/** What the server has decided for a project, as of a revision. */
+export interface Settings {
+  revision: number;
+  policy_revision: number;
+  pause_revision: number;
+  changed_at: string | null;
+  what?: string;
+  data_collection: Policy;
+  paused: boolean;
+  paused_reason?: string;
+  release_id?: string;
+  app_id?: string;
+}
+
+/** How far the newest settings have come, for one app of a project. */
+export interface Reach {
+  environment: string;
+  app: string;
+  last_exchange_at: string;
+  exchanges: number;
+  reached: boolean;
+  policy_reached_at: string | null;
+  pause_reached_at: string | null;
+  last_revision: number | null;
+}
+
+export interface Project extends Settings {
+  project_id: string;
+  reached: Reach[];
+}
+
+export interface Installation {
+  id: number;
+  project_id: string;
+  environment: string;
+  app: string;
+  device_id: string;
+  first_seen: string;
+  last_seen: string;
+  batches: number;
+  events: number;
+  app_version?: string;
+  sdk_version?: string;
+  /** How many installations share what was answered to the app. */
+  app_installations: number;
+}
+
+/** Times `from` and `until` are seconds since 1970, by the host's clock. */
+export interface Stretch {
+  from: number | null;
+  until: number | null;
+  events: number;
+}
+
+export interface Identity extends Stretch {
+  anonymous_id: string | null;
+  user_id: string | null;
+  first_received_at: string;
+  last_received_at: string;
+}
+
+export interface Session extends Stretch {
+  session_id: string;
+  starts: number;
+  ends: number;
+  users?: string;
+  first_batch: number;
+  last_batch: number;
+}
+
+export interface KeptContext {
+  first_seen: string;
+  last_seen: string;
+  batches: number;
+  first_batch: number;
+  context: unknown;
+}
+
+export interface InstallationBatch {
+  id: number;
+  received_at: string;
+  status: number;
+  cause?: string;
+  events: number;
+  stored: number;
+  policy_exchange: number | null;
+  policy_revision: number | null;
+}
+
+export interface InstallationDetails extends Installation {
+  identities: Identity[];
+  sessions: Session[];
+  contexts: KeptContext[];
+  recent_batches: InstallationBatch[];
 }
 
 export interface Counts {
@@ -97,6 +218,9 @@ export interface Fault {
   id: number;
   endpoint: string;
   kind: string;
+  project?: string;
+  revision?: number;
+  body?: string;
   status?: number;
   delay_ms?: number;
   hang_ms?: number;

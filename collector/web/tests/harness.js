@@ -7,7 +7,7 @@ import { join } from 'node:path';
 import { fileURLToPath } from 'node:url';
 import { chromium } from 'playwright-core';
 
-import { batch } from './shop.js';
+import { batch, configPath, init } from './shop.js';
 
 const dist = process.env.ZARN_VIEWER ?? fileURLToPath(new URL('../dist', import.meta.url));
 
@@ -23,9 +23,11 @@ export async function startCollector(...more) {
     child.on('exit', (code) => reject(new Error(`the collector ended with ${code}`)));
   });
   const send = async (method, path, body) => {
+    const headers = { 'Content-Type': 'application/json', Accept: 'application/json' };
+    if (path !== '/api/sdk/init') headers.Authorization = 'wk_test_shop';
     const response = await fetch(address + path, {
       method,
-      headers: { 'Content-Type': 'application/json', Authorization: 'wk_test_shop' },
+      headers,
       ...(body === undefined ? {} : { body: JSON.stringify(body) }),
     });
     return response.json();
@@ -34,7 +36,10 @@ export async function startCollector(...more) {
     address,
     post: (path, body) => send('POST', path, body ?? {}),
     get: (path) => send('GET', path),
-    deliver: (events) => send('POST', '/api/sdk/batch', batch(events)),
+    put: (path, body) => send('PUT', path, body),
+    deliver: (events, more) => send('POST', '/api/sdk/batch', batch(events, more)),
+    start: (isRecovery) => send('POST', '/api/sdk/init', init(isRecovery)),
+    fetchConfig: () => send('GET', configPath),
     stop: async () => {
       const ended = new Promise((resolve) => child.on('exit', resolve));
       child.kill('SIGTERM');

@@ -94,18 +94,70 @@ export function visit(number, end) {
   }));
 }
 
-export function batch(events, sentAt = Date.now()) {
+/** A whole context; `hardware` adds to its hardware. */
+export function context(hardware = {}) {
   return {
-    project_id: 'shop',
-    api_key: 'wk_test_shop',
-    platform: 'ios',
-    environment: 'development',
-    sdk_version: '1.0.16',
-    app_version: '2.4.0',
-    bundle_id: 'example.shop',
-    release_id: 'example.shop@2.4.0',
-    context: { app: { version: '2.4.0', start_time: '2026-01-31T09:00:00.000Z' } },
-    batch: events,
-    sent_at: wireTime(sentAt),
+    device: {
+      family: 'PC',
+      model: 'x86_64',
+      brand: 'generic',
+      type: 'phone',
+      screen_width_px: 1920,
+      screen_height_px: 1080,
+      screen_density: 1,
+      orientation: 'landscape',
+      device_hash: createHash('sha256').update('device').digest('hex'),
+      device_class: 'high',
+      is_simulator: false,
+    },
+    os: { name: 'Linux', version: '12' },
+    runtime: { language: 'en', languages: ['en', 'nb'], timezone: 'Europe/Oslo' },
+    hardware: {
+      memory_gb: 16,
+      cpu_cores: 8,
+      max_touch_points: 5,
+      processor_count: 8,
+      brand: 'generic',
+      manufacturer: 'generic',
+      ...hardware,
+    },
+    app: {
+      version: '2.4.0',
+      build: '7',
+      bundle_id: 'example.shop',
+      name: 'Shop',
+      start_time: '2026-01-31T09:00:00.000Z',
+    },
+    culture: { locale: 'en_GB', calendar: 'gregorian', uses_24h_format: true },
   };
 }
+
+const client = {
+  project_id: 'shop',
+  api_key: 'wk_test_shop',
+  platform: 'ios',
+  environment: 'development',
+  sdk_version: '1.0.16',
+  app_version: '2.4.0',
+  bundle_id: 'example.shop',
+};
+
+export function batch(events, more = {}) {
+  return {
+    ...client,
+    release_id: 'example.shop@2.4.0',
+    context: context(),
+    batch: events,
+    sent_at: wireTime(Date.now()),
+    ...more,
+  };
+}
+
+/** The body of an init; that of a recovering client has no build. */
+export function init(isRecovery = false) {
+  return isRecovery ? client : { ...client, build: '7' };
+}
+
+export const configPath =
+  '/api/sdk/config?project_id=shop&platform=ios&bundle_id=example.shop&environment=development' +
+  '&sdk_version=1.0.16';

@@ -157,7 +157,7 @@ describe('viewer', { timeout: 120_000 }, () => {
     await collector.deliver(visit(40, Date.now()));
     await phone.locator('.row').nth(1).click();
     await phone.getByRole('button', { name: 'Back to the list' }).click();
-    for (const view of ['events', 'batches', 'faults']) {
+    for (const view of ['events', 'batches', 'installations', 'projects', 'faults']) {
       await phone.goto(`${collector.address}/#/${view}`);
       await phone.waitForTimeout(100);
       assert.equal(await phone.evaluate(() => document.documentElement.scrollWidth), 390, view);

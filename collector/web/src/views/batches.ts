@@ -4,14 +4,10 @@ import { api } from '../api';
 import { h, throttled } from '../dom';
 import { bytes, clock, count, dateAndClock } from '../format';
 import { on } from '../live';
-import type { BatchDetails, BatchItem, BatchRow, CallRow } from '../types';
+import type { BatchDetails, BatchItem, BatchRow } from '../types';
+import { exchangeRow } from './exchanges';
 import { jsonView } from './json_view';
-import { badge, emptyState, failure, problemList, tone } from './parts';
-
-function statusBadge(status: number): HTMLElement {
-  if (status === 0) return badge('no answer', 'warn');
-  return badge(String(status), status < 300 ? 'good' : status < 500 && status !== 429 ? 'bad' : 'warn');
-}
+import { badge, causeText, emptyState, failure, problemList, statusBadge, tone } from './parts';
 
 // Shares of a batch that were accepted, and that were not, by reason.
 function outcomeBar(row: BatchRow, isFull = false): HTMLElement {
@@ -41,9 +37,6 @@ function outcomeBar(row: BatchRow, isFull = false): HTMLElement {
     h('span', { class: 'outcome-text' }, row.events === 0 ? 'no events' : isFull ? text : brief),
   );
 }
-
-const causeText = (cause: string): string =>
-  cause === 'refused' || cause === 'paused' ? cause : `fault: ${cause}`;
 
 function batchRow(row: BatchRow, open: () => void): HTMLElement {
   const notes = [
@@ -97,6 +90,11 @@ function itemRow([id, fate, verdict, problems]: BatchItem): HTMLElement {
   );
 }
 
+function policyText(batch: BatchRow): string {
+  if (batch.policy_revision === null) return 'none had been answered';
+  return `revision ${batch.policy_revision}, by exchange ${batch.policy_exchange}`;
+}
+
 function batchDetails(batch: BatchDetails): HTMLElement {
   const fact = (label: string, value: string | undefined) =>
     value ? h('div', { class: 'fact' }, h('dt', {}, label), h('dd', { class: 'mono' }, value)) : null;
@@ -127,6 +125,7 @@ function batchDetails(batch: BatchDetails): HTMLElement {
       fact('App', [batch.bundle_id, batch.app_version].filter(Boolean).join(' ')),
       fact('Library', batch.sdk_version),
       fact('Release', batch.release_id),
+      fact('Policy', policyText(batch)),
     ),
     h('h3', {}, 'Events'),
     batch.items.length > 0
@@ -142,31 +141,6 @@ function batchDetails(batch: BatchDetails): HTMLElement {
       : jsonView(batch.response),
     h('h3', {}, 'Envelope'),
     jsonView(batch.envelope),
-  );
-}
-
-function callRow(call: CallRow): HTMLElement {
-  return h(
-    'details',
-    { class: 'call' },
-    h(
-      'summary',
-      {},
-      h('time', { class: 'mono' }, clock(call.received_at, true)),
-      h('strong', {}, call.endpoint),
-      statusBadge(call.status),
-      h(
-        'span',
-        { class: 'notes' },
-        call.cause ? badge(causeText(call.cause), tone(call.cause)) : null,
-        call.problems.length > 0 ? badge(count(call.problems.length, 'problem'), 'warn') : null,
-      ),
-    ),
-    call.problems.length > 0 ? problemList(call.problems) : null,
-    h('h3', {}, 'Request'),
-    jsonView(call.request),
-    h('h3', {}, 'Answer'),
-    jsonView(call.response),
   );
 }
 
@@ -222,7 +196,9 @@ export function batchesView(): HTMLElement {
       const isOpen = calls.querySelector('details[open]') !== null;
       if (!isOpen)
         calls.replaceChildren(
-          ...(other.calls.length > 0 ? other.calls.map(callRow) : [h('p', { class: 'none' }, 'None yet.')]),
+          ...(other.calls.length > 0
+            ? other.calls.map(exchangeRow)
+            : [h('p', { class: 'none' }, 'None yet.')]),
         );
     } catch (error) {
       list.replaceChildren(failure(error));
@@ -247,7 +223,7 @@ export function batchesView(): HTMLElement {
           { class: 'scroller' },
           list,
           older,
-          h('div', { class: 'calls-part' }, h('h3', {}, 'Start-up and configuration requests'), calls),
+          h('div', { class: 'calls-part' }, h('h3', {}, 'Control plane'), calls),
         ),
       ),
       detail,

@@ -41,6 +41,14 @@ export function copyButton(text: () => string, label: string): HTMLButtonElement
   return button;
 }
 
+export function statusBadge(status: number): HTMLElement {
+  if (status === 0) return badge('no answer', 'warn');
+  return badge(String(status), status < 300 ? 'good' : status < 500 && status !== 429 ? 'bad' : 'warn');
+}
+
+export const causeText = (cause: string): string =>
+  cause === 'refused' || cause === 'paused' ? cause : `fault: ${cause}`;
+
 export function problemList(problems: string[]): HTMLElement {
   return h('ul', { class: 'problems' }, ...problems.map((problem) => h('li', {}, problem)));
 }

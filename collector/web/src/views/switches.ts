@@ -26,6 +26,26 @@ const kinds: Kind[] = [
   { kind: 'drop', label: 'Drop', says: 'The connection closes at once.', fields: [] },
   { kind: 'cut', label: 'Cut the body', says: 'Half of the answer, then the end.', fields: ['delay_ms'] },
   { kind: 'empty', label: 'Empty body', says: 'A 200 that says nothing.', fields: ['delay_ms'] },
+  { kind: 'garbled', label: 'Garble', says: 'Half of the answer, as if that were all.', fields: [] },
+  { kind: 'mistyped', label: 'Wrong types', says: 'The usual keys, with values of wrong types.', fields: [] },
+  {
+    kind: 'body',
+    label: 'Any body',
+    says: 'Exactly this text.',
+    fields: ['body', 'status'],
+  },
+  {
+    kind: 'stale',
+    label: 'Stale settings',
+    says: 'Init and config get earlier settings of the project, by default those before the newest.',
+    fields: ['revision'],
+  },
+  {
+    kind: 'no_policy',
+    label: 'No policy',
+    says: 'Init and config get an answer without the policy.',
+    fields: [],
+  },
   {
     kind: 'outcomes',
     label: 'Reject events',
@@ -42,6 +62,9 @@ const labels: Record<string, string> = {
   count: 'How often',
   share: 'Share (0–1)',
   every: 'Every nth',
+  project: 'Project',
+  revision: 'Revision',
+  body: 'Body',
 };
 const defaults: Record<string, string> = {
   status: '503',
@@ -51,7 +74,18 @@ const defaults: Record<string, string> = {
   count: '',
   share: '',
   every: '',
+  project: '',
+  revision: '',
+  body: '{}',
 };
+const placeholders: Record<string, string> = { count: 'always', revision: 'the one before' };
+// Where a kind of fault can strike; all of these where it is not listed.
+const endpoints: Record<string, string[]> = {
+  outcomes: ['batch'],
+  stale: ['config', 'init', 'recovery', 'all'],
+  no_policy: ['recovery', 'init', 'config', 'all'],
+};
+const everyEndpoint = ['batch', 'init', 'recovery', 'config', 'all'];
 
 export function describe(fault: Fault): string {
   const share =
@@ -68,12 +102,18 @@ export function describe(fault: Fault): string {
     drop: 'drops the connection',
     cut: 'cuts the body',
     empty: 'answers an empty body',
+    garbled: 'garbles the answer',
+    mistyped: 'answers values of wrong types',
+    body: `answers ${fault.status} with ${(fault.body ?? '').slice(0, 40)}`,
+    stale: `answers ${fault.revision ? `the settings of revision ${fault.revision}` : 'the settings before the newest'}`,
+    no_policy: 'answers without the policy',
     outcomes: `${fault.outcome === 'omit' ? 'leaves out' : `answers ${fault.outcome} for`} events`,
   };
-  return `${what[fault.kind] ?? fault.kind}${share}${late}`;
+  const where = fault.project ? `, to ${fault.project}` : '';
+  return `${what[fault.kind] ?? fault.kind}${share}${late}${where}`;
 }
 
-function faultRow(fault: Fault): HTMLElement {
+export function faultRow(fault: Fault): HTMLElement {
   const left = fault.count === undefined ? 'until switched off' : `${fault.struck} of ${fault.count}`;
   return h(
     'li',
@@ -116,7 +156,7 @@ function field(name: string): HTMLElement {
     h('input', {
       name,
       value: defaults[name],
-      placeholder: name === 'count' ? 'always' : 'all',
+      placeholder: placeholders[name] ?? 'all',
       autocomplete: 'off',
     }),
   );
@@ -134,7 +174,7 @@ function faultForm(): HTMLElement {
     for (const each of choices.children)
       each.setAttribute('aria-checked', String(each.getAttribute('data-kind') === kind.kind));
     says.textContent = kind.says;
-    const endpoint = kind.kind === 'outcomes' ? ['batch'] : ['batch', 'init', 'config', 'all'];
+    const endpoint = endpoints[kind.kind] ?? everyEndpoint;
     fields.replaceChildren(
       h(
         'label',
@@ -143,6 +183,7 @@ function faultForm(): HTMLElement {
         h('select', { name: 'endpoint' }, ...endpoint.map((word) => h('option', { value: word }, word))),
       ),
       ...kind.fields.filter((name) => kind.kind === 'delay' || name !== 'delay_ms').map(field),
+      field('project'),
       field('count'),
       field('share'),
       h(
@@ -201,7 +242,7 @@ function pauseCard(): { element: HTMLElement; show(switches: Switches): void } {
       paused = switches.paused;
       state.textContent = paused
         ? `Paused${switches.paused_reason ? `: ${switches.paused_reason}` : '.'}`
-        : 'Tell every client that the project is paused. Nothing is kept meanwhile.';
+        : 'Tell every client of every project that it is paused. Nothing is kept meanwhile.';
       reason.hidden = paused;
       button.textContent = paused ? 'Resume' : 'Pause';
     },
