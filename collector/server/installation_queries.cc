@@ -1,11 +1,17 @@
 #include "server/installation_queries.h"
 
+#include <algorithm>
+#include <vector>
+
 #include "server/row_json.h"
+#include "server/time_text.h"
 
 namespace zarn::collector {
 namespace {
 
 using Lease = Connections::Lease;
+
+constexpr std::size_t kMostShown = 500;
 
 constexpr std::string_view kInstallations =
     "SELECT id, project, environment, app, device, first_ms, last_ms, batches, events, app_version,"
@@ -30,20 +36,9 @@ void writeInstallation(JsonOut& out, const Statement& row) {
       .field("app_installations", row.number(11));
 }
 
-// Stretches of events with the same ids, in the order in which they happened.
-constexpr std::string_view kIdentities = R"sql(
-  SELECT anonymous, user, min(timestamp), max(timestamp), min(received_ms), max(received_ms),
-    count(*)
-  FROM (
-    SELECT *, sum(changed) OVER (ORDER BY timestamp, seq) AS stretch
-    FROM (
-      SELECT *, anonymous IS NOT lag(anonymous) OVER times OR user IS NOT lag(user) OVER times
-        AS changed
-      FROM (
-        SELECT seq, timestamp, received_ms, user, json_extract(raw, '$.anonymous_id') AS anonymous
-        FROM events WHERE batch IN (SELECT id FROM batches WHERE installation = ?1))
-      WINDOW times AS (ORDER BY timestamp, seq)))
-  GROUP BY stretch ORDER BY stretch DESC LIMIT 500)sql";
+constexpr std::string_view kIdentityRows =
+    "SELECT anonymous, user, timestamp, received_ms FROM events"
+    " WHERE batch IN (SELECT id FROM batches WHERE installation = ?1) ORDER BY timestamp, seq";
 
 constexpr std::string_view kSessions = R"sql(
   SELECT session, min(timestamp), max(timestamp), count(*), sum(type = 'session_start'),
@@ -59,16 +54,58 @@ constexpr std::string_view kBatches =
     "SELECT id, received_ms, status, cause, events, stored, policy_exchange, policy_revision"
     " FROM batches WHERE installation = ?1 ORDER BY id DESC LIMIT 500";
 
-void writeIdentity(JsonOut& out, const Statement& row) {
-  out.object().key("anonymous_id");
-  row.isNull(0) ? out.null() : out.value(row.text(0));
-  out.key("user_id");
-  row.isNull(1) ? out.null() : out.value(row.text(1));
-  writeNumber(out, "from", row, 2);
-  writeNumber(out, "until", row, 3);
-  writeTime(out, "first_received_at", row, 4);
-  writeTime(out, "last_received_at", row, 5);
-  out.field("events", row.number(6)).end();
+// Events that happened one after the other with the same ids.
+struct Stretch {
+  std::string anonymous, user;
+  std::int64_t from = 0, until = 0;  // seconds since 1970; 0: no event tells
+  std::int64_t firstMs = 0, lastMs = 0;
+  std::int64_t events = 0;
+};
+
+void add(std::vector<Stretch>& stretches, const Statement& row) {
+  const std::int64_t second = row.number(2), ms = row.number(3);
+  if (stretches.empty() || stretches.back().anonymous != row.text(0) ||
+      stretches.back().user != row.text(1)) {
+    stretches.push_back({std::string(row.text(0)), std::string(row.text(1)), second, second, ms});
+  }
+  Stretch& last = stretches.back();
+  last.until = second;
+  last.firstMs = std::min(last.firstMs, ms);
+  last.lastMs = std::max(last.lastMs, ms);
+  ++last.events;
+}
+
+void writeStretch(JsonOut& out, const Stretch& stretch) {
+  const auto text = [&](std::string_view key, const std::string& value) {
+    out.key(key);
+    value.empty() ? out.null() : out.value(value);
+  };
+  const auto second = [&](std::string_view key, std::int64_t value) {
+    out.key(key);
+    value == 0 ? out.null() : out.value(value);
+  };
+  out.object();
+  text("anonymous_id", stretch.anonymous);
+  text("user_id", stretch.user);
+  second("from", stretch.from);
+  second("until", stretch.until);
+  out.field("first_received_at", isoText(stretch.firstMs))
+      .field("last_received_at", isoText(stretch.lastMs))
+      .field("events", stretch.events)
+      .end();
+}
+
+// Who used the installation, the newest first.
+bool writeIdentities(JsonOut& out, Lease& lease, std::int64_t installation) {
+  Statement query(*lease, kIdentityRows);
+  query.bind(1, installation);
+  std::vector<Stretch> stretches;
+  if (!lease.each(query, [&](const Statement& row) { add(stretches, row); })) return false;
+  out.key("identities").array();
+  const std::size_t shown = std::min<std::size_t>(stretches.size(), kMostShown);
+  for (std::size_t i = 0; i < shown; ++i) writeStretch(out, stretches[stretches.size() - 1 - i]);
+  out.end();
+  return true;
 }
 
 void writeSession(JsonOut& out, const Statement& row) {
@@ -141,11 +178,11 @@ InstallationQueries::Result InstallationQueries::details(std::int64_t id, std::s
     return std::nullopt;
   }
   if (!found) return std::string();
+  if (!writeIdentities(out, lease, id)) return std::nullopt;
   const struct {
     std::string_view key, sql;
     void (*write)(JsonOut&, const Statement&);
-  } parts[] = {{"identities", kIdentities, writeIdentity},
-               {"sessions", kSessions, writeSession},
+  } parts[] = {{"sessions", kSessions, writeSession},
                {"contexts", kContexts, writeContext},
                {"recent_batches", kBatches, writeBatch}};
   for (const auto& part : parts) {

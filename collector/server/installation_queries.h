@@ -17,8 +17,8 @@ class InstallationQueries {
 
   /// {"installations": [...]}, the 500 that were seen last. Empty project: all.
   Result list(const std::string& project, std::string& error);
-  /// One of them with "identities", "sessions", "contexts" and "recent_batches"; of each the newest 500.
-  /// Empty text when there is none.
+  /// One of them with "identities", "sessions", "contexts" and "recent_batches"; of each the newest
+  /// 500. Empty text when there is none.
   Result details(std::int64_t id, std::string& error);
 
  private:

@@ -19,6 +19,7 @@ CREATE TABLE IF NOT EXISTS events(
   user TEXT,
   session TEXT NOT NULL,
   device TEXT NOT NULL,
+  anonymous TEXT,
   timestamp INTEGER,
   problems TEXT,
   raw TEXT NOT NULL
@@ -130,6 +131,7 @@ PRAGMA user_version = 2;
 
 // From version 1, which kept init and config requests with less of what they meant.
 constexpr const char* kFromVersion1 = R"sql(
+ALTER TABLE events ADD COLUMN anonymous TEXT;
 ALTER TABLE batches ADD COLUMN policy_exchange INTEGER;
 ALTER TABLE batches ADD COLUMN policy_revision INTEGER;
 ALTER TABLE batches ADD COLUMN installation INTEGER;

@@ -156,6 +156,7 @@ EventFacts checkEvent(std::string_view raw) {
   facts.user = check.text("user_id");
   facts.session = check.text("session_id");
   facts.device = check.text("device_id");
+  facts.anonymous = check.text("anonymous_id");
   if (check.find("event_id") != nullptr && !isEventId(facts.id)) {
     check.problem("event_id", "is no upper-case UUID: " + quoted(facts.id));
   }

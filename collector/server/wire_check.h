@@ -14,7 +14,7 @@ namespace zarn::collector {
 
 struct EventFacts {
   std::string id;  // empty when there is none that could be acknowledged
-  std::string type, name, user, session, device;
+  std::string type, name, user, session, device, anonymous;
   std::optional<std::int64_t> timestamp;  // seconds since 1970
   std::vector<std::string> problems;      // empty: valid
 };

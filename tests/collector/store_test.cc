@@ -120,6 +120,37 @@ TEST_F(StoreTest, AFileThatIsNoDatabaseIsRefused) {
   EXPECT_EQ(error_, "file is not a database");
 }
 
+TEST_F(StoreTest, TakesOverWhatTheFirstVersionKept) {
+  {
+    auto store = open();
+    deliver(*store, {eventText(1), eventText(2)});
+    std::string error;
+    store.reset();
+    const auto old = Database::open(directory_ + "/collector.db", Database::Mode::write, error);
+    ASSERT_TRUE(old->run(
+        "DROP INDEX batches_by_installation; DROP INDEX events_by_batch;"
+        "DROP TABLE exchanges; DROP TABLE installations; DROP TABLE changes; DROP TABLE requests;"
+        "DROP TABLE contexts; ALTER TABLE events DROP COLUMN anonymous;"
+        "ALTER TABLE batches DROP COLUMN policy_exchange;"
+        "ALTER TABLE batches DROP COLUMN policy_revision;"
+        "ALTER TABLE batches DROP COLUMN installation;"
+        "CREATE TABLE calls(id INTEGER PRIMARY KEY, received_ms INTEGER NOT NULL,"
+        " endpoint TEXT NOT NULL, status INTEGER NOT NULL, cause TEXT NOT NULL,"
+        " request TEXT NOT NULL, response TEXT NOT NULL, problems TEXT NOT NULL);"
+        "INSERT INTO calls VALUES(3, 5, 'init', 200, '', '{}', '{}', '');"
+        "PRAGMA user_version = 1"))
+        << old->message();
+  }
+  auto store = open();
+  ASSERT_TRUE(store) << error_;
+  EXPECT_EQ(sumsIn(*store).unique, 2);
+  EXPECT_EQ(sumsIn(*store).calls, 1);
+  EXPECT_EQ(deliver(*store, {eventText(3)}).events[0].fate, Fate::stored);
+  ExchangeRecord next;
+  ASSERT_TRUE(store->addExchange(next));
+  EXPECT_EQ(next.id, 4);
+}
+
 TEST_F(StoreTest, SearchesByEveryFilter) {
   auto store = open();
   deliver(*store, {eventText(1, R"({"cup":"Blå 50%","n":1})"), eventText(2, R"({"n":2})"), "17"});

@@ -179,7 +179,7 @@ export function installationsView(): HTMLElement {
     setHashParameter('installation', String(id));
     void load();
   };
-  const refresh = throttled(500, load);
+  const refresh = throttled(1500, load);
   for (const event of ['batch', 'exchange', 'open', 'reset', 'lagged'] as const) on(event, refresh);
   window.addEventListener('hashchange', () => {
     const wanted = Number(hashParameter('installation') ?? 0);
