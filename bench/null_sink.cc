@@ -5,6 +5,18 @@
 #include <thread>
 
 namespace zarn::bench {
+namespace {
+
+// Every section is there, and nothing of what is measured is switched off.
+constexpr std::string_view kPolicy =
+    R"({"core":{"pageViews":true,"sessions":true,"errors":true},"engagement":{"clicks":true},)"
+    R"("performance":{"networkRequests":true},"device":{"hardwareInfo":true,"batteryInfo":true,)"
+    R"("connectionInfo":true,"context":true,"lifecycle":true},"privacy":{"userAgent":true},)"
+    R"("screenshots":{"enabled":false},"identity":{"collectEmail":false,"collectPhone":false},)"
+    R"("push":{"enabled":true,"contentMode":"preview"},"replay":{"enabled":false},)"
+    R"("deeplink":{"clipboardEnabled":false},"network":{"diagnosticCapture":false}})";
+
+}  // namespace
 
 NullSink::NullSink() {
   server_.answerBy([this](const testing::LoopbackRequest& request) { return answer(request); });
@@ -19,7 +31,8 @@ std::string NullSink::address() const {
 testing::LoopbackAnswer NullSink::answer(const testing::LoopbackRequest& request) {
   testing::LoopbackAnswer answer;
   if (!request.path.ends_with("/batch")) {
-    answer.body = R"({"data_collection":{}})";
+    answer.body = R"({"data_collection":)" + std::string(kPolicy) + R"(,"dataCollection":)" +
+                  std::string(kPolicy) + "}";
     return answer;
   }
   constexpr std::string_view kId = "{\"event_id\":\"";

@@ -23,9 +23,41 @@ void trackOne(int i) {
                                  {"category", "kitchen and table"}});
 }
 
-void configure(const std::string& data, const std::string& apiHost) {
+void configure(const std::string& data, ConfigurationOptions options) {
   desktop::describeHost({.bundleId = "com.example.bench", .version = "1.0", .dataDirectory = data});
-  Zarn::configure("wk_bench_x_bench_key", {.maxBufferSize = 1'000'000, .apiHost = apiHost});
+  Zarn::configure("wk_bench_x_bench_key", std::move(options));
+}
+
+Latencies trackLatencies(int count) {
+  Latencies latencies;
+  latencies.reserve(static_cast<std::size_t>(count));
+  for (int i = 0; i < count; ++i) latencies.time([&] { trackOne(i); });
+  return latencies;
+}
+
+void waitForPolicy() {
+  while (!Zarn::flush(1)) std::this_thread::sleep_for(std::chrono::milliseconds(1));
+}
+
+/// Under a policy, with a user, their properties and a session; nothing is sent meanwhile.
+Latencies latenciesWithPolicy(int count) {
+  waitForPolicy();
+  Zarn::identify("customer-4711", {{"plan", "gold"}, {"email", "ida@example.com"}});
+  Zarn::setSuperProperties({{"shop", "harbour street"}, {"theme", "dark"}});
+  Zarn::setExperimentVariant("checkout", "short");
+  return trackLatencies(count);
+}
+
+Latencies diagnosticsLatencies(int count) {
+  waitForPolicy();
+  std::size_t sum = 0;
+  Latencies latencies;
+  latencies.reserve(static_cast<std::size_t>(count));
+  for (int i = 0; i < count; ++i) {
+    latencies.time([&] { sum += Zarn::diagnostics().replayStatus.size(); });
+  }
+  if (sum == 0) std::abort();
+  return latencies;
 }
 
 void write(const Latencies& latencies, const std::string& path) {
@@ -34,13 +66,6 @@ void write(const Latencies& latencies, const std::string& path) {
   const auto& all = latencies.nanoseconds();
   std::fwrite(all.data(), sizeof(all[0]), all.size(), file);
   std::fclose(file);
-}
-
-Latencies trackLatencies(int count) {
-  Latencies latencies;
-  latencies.reserve(static_cast<std::size_t>(count));
-  for (int i = 0; i < count; ++i) latencies.time([&] { trackOne(i); });
-  return latencies;
 }
 
 double millisecondsOf(auto&& call) {
@@ -60,15 +85,26 @@ int runTrackClient(int argc, char** argv) {
     write(bareInsertLatencies(data, static_cast<std::size_t>(count)), output);
     return 0;
   }
-  const double configureMs = millisecondsOf([&] { configure(data, apiHost); });
+  // Where the count of events matters, only those that are tracked count.
+  ConfigurationOptions options{
+      .autoTrackSessions = role == "policy", .maxBufferSize = 1'000'000, .apiHost = apiHost};
+  if (role == "policy") {
+    options.flushAt = options.maxBufferSize;
+    options.flushInterval = 3600;
+  }
+  const double configureMs = millisecondsOf([&] { configure(data, options); });
   if (role == "configure") {
     Latencies took;
     took.add(std::chrono::nanoseconds(static_cast<std::int64_t>(configureMs * 1e6)));
     write(took, output);
   } else if (role == "track") {
     write(trackLatencies(count), output);
+  } else if (role == "policy") {
+    write(latenciesWithPolicy(count), output);
+  } else if (role == "diagnostics") {
+    write(diagnosticsLatencies(count), output);
   } else if (role == "deliver") {
-    while (!Zarn::flush(1)) std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    waitForPolicy();
     Latencies whole;
     whole.time([&] {
       for (int i = 0; i < count; ++i) trackOne(i);

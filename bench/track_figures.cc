@@ -38,12 +38,13 @@ void runClient(const std::string& role, const std::string& apiHost, int count,
 void addTrackFigures(Figures& figures) {
   constexpr int kRuns = 8;
   constexpr int kCount = 5000;
-  Latencies floor, alone, beside;
+  Latencies floor, alone, beside, withPolicy;
   for (int run = 0; run < kRuns; ++run) {  // in turns, so that all meet the same machine
     runClient("floor", kNobody, kCount, floor);
     runClient("track", kNobody, kCount, alone);
     const NullSink sink;
     runClient("track", sink.address(), kCount, beside);
+    runClient("policy", sink.address(), kCount, withPolicy);
   }
   const auto ratio = [&](const Latencies& of, double fraction) {
     return static_cast<double>(of.percentile(fraction)) /
@@ -57,6 +58,8 @@ void addTrackFigures(Figures& figures) {
   figures.add("track_p999_us", alone.percentileMicroseconds(0.999), "us");
   figures.add("track_median_over_floor", ratio(alone, 0.5), "ratio");
   figures.add("track_p99_over_floor_p99", ratio(alone, 0.99), "ratio");
+  figures.add("admit_with_policy_median_us", withPolicy.percentileMicroseconds(0.5), "us");
+  figures.add("admit_with_policy_median_over_floor", ratio(withPolicy, 0.5), "ratio");
   figures.add("track_beside_delivery_median_us", beside.percentileMicroseconds(0.5), "us");
   figures.add("track_beside_delivery_p99_us", beside.percentileMicroseconds(0.99), "us");
   figures.add("track_beside_delivery_p999_us", beside.percentileMicroseconds(0.999), "us");
@@ -72,6 +75,13 @@ void addDeliveryFigures(Figures& figures) {
   }
   figures.add("delivery_events_per_s", kEvents * 1e9 / static_cast<double>(whole.percentile(0.5)),
               "1/s");
+}
+
+void addDiagnosticsFigures(Figures& figures) {
+  const NullSink sink;
+  Latencies latencies;
+  runClient("diagnostics", sink.address(), 20'000, latencies);
+  figures.add("diagnostics_us", latencies.percentileMicroseconds(0.5), "us");
 }
 
 void addConfigureFigures(Figures& figures) {

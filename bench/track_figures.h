@@ -14,6 +14,7 @@ void addTrackFigures(Figures& figures);
 /// From the first `track` to the last acknowledgement.
 void addDeliveryFigures(Figures& figures);
 void addConfigureFigures(Figures& figures);
+void addDiagnosticsFigures(Figures& figures);
 
 /// The client's side, in the child process; see track_client.cc.
 int runTrackClient(int argc, char** argv);

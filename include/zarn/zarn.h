@@ -8,9 +8,12 @@
 // fork the child's calls do nothing until it has executed another program.
 #pragma once
 
+#include "zarn/diagnostics.h"
 #include "zarn/export.h"
 #include "zarn/options.h"
+#include "zarn/standard_property.h"
 #include "zarn/text.h"
+#include "zarn/typed_events.h"
 #include "zarn/value.h"
 
 ZARN_NAMESPACE_BEGIN
@@ -47,6 +50,42 @@ class ZARN_API Zarn {
   static void setSuperProperties(const Properties& properties) noexcept;
   static void unsetSuperProperty(Text key) noexcept;
   static void clearSuperProperties() noexcept;
+
+  /// User properties are kept with the user and sent as an event when they change. No effect on
+  /// keys that the server does not allow.
+  static void setUserProperty(Text key, Value value) noexcept;
+  static void setUserProperty(StandardProperty property, Value value) noexcept;
+  static void setUserProperties(const Properties& properties) noexcept;
+
+  /// Adds the super property "experiment_" and the experiment's name to every later event.
+  static void setExperimentVariant(Text experiment, Text variant) noexcept;
+
+  // Business events with fixed names and keys.
+  static void trackPurchase(const Purchase& purchase) noexcept;
+  static void trackSubscriptionStart(const SubscriptionStart& start) noexcept;
+  static void trackTrialStart(const TrialStart& start) noexcept;
+  static void trackCancel(const Cancellation& cancellation) noexcept;
+  static void trackUpgrade(const Upgrade& upgrade) noexcept;
+  static void trackSignup(const Signup& signup = {}) noexcept;
+  static void trackActivation(const Activation& activation = {}) noexcept;
+  static void trackShare(const Share& share) noexcept;
+  static void trackInvite(const Invite& invite = {}) noexcept;
+  /// Records that a goal was reached. `name`: 3 to 64 of the characters a-z, 0-9, "_" and "-";
+  /// another one is refused with a line that is printed always.
+  static void markGoal(Text name, const Goal& goal = {}) noexcept;
+
+  /// Stops everything and forgets every event that has not been delivered, until optIn; it holds
+  /// for later launches and for all processes of the app. When it returns, nothing is sent any
+  /// more. Before configure it is written down; call desktop::describeHost first there.
+  static void optOut() noexcept;
+  /// Ends an opt-out. Events are taken again as soon as the server has answered with its policy.
+  static void optIn() noexcept;
+  /// For when the user signs out: forgets the user, their properties and the super properties, and
+  /// goes on under a new anonymous id and session. What is waiting is not sent.
+  static void reset() noexcept;
+
+  /// What the library is doing and why nothing arrives.
+  static ZarnDiagnostics diagnostics() noexcept;
 
   /// Sends what is waiting, in the background.
   static void flush() noexcept;

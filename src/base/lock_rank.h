@@ -12,7 +12,9 @@ enum class LockRank : std::uint8_t {
   privacyTransition,  // opt-out, opt-in and reset, one at a time
   controlQueue,       // control-plane answers
   workQueue,          // flushes and their answers
+  replayPolicyQueue,  // admitting replay policies and purging what was kept under older ones
   controlEpoch,       // one control-plane answer is applied at a time
+  identityPersist,    // writing identity down
   identityBoundary,   // identity, session and discard generation read or changed as one step
   runState,           // run state and queue suspension change together
   identity,           // identity manager
@@ -22,10 +24,10 @@ enum class LockRank : std::uint8_t {
   storeQueue,         // one per database
   networkGuard,       // control-plane requests under way
   transport,          // batch requests under way
-  identityPersist,    // writing identity down
   configRefresh,      // the refresh timer
   replayAdmission,    // one replay policy is admitted at a time
   replayPolicyFile,   // reading and writing the replay policy's file
+  sampler,            // one roll for replay sampling at a time
   leaf,               // short, calls nothing out
   dispatch,           // inside executors and serial queues
 };

@@ -13,10 +13,18 @@ class ControlPlaneResponseEpoch {
   using Latest = base::Generation<ControlPlaneResponseEpoch>;
   using Token = Latest::Token;
 
-  /// For a request that is about to be issued.
-  Token issue() {
+  /// Gives the next token to `start`, under the lock: requests start in the order of their tokens.
+  template <typename F>
+  auto issue(F&& start) {
     base::MutexLock lock(lock_);
-    return latest_.bump();
+    return start(latest_.bump());
+  }
+
+  /// A boundary: no answer to a request issued before counts any more. Waits for one that is being
+  /// applied.
+  void invalidate() {
+    base::MutexLock lock(lock_);
+    latest_.bump();
   }
 
   /// Runs `apply` under the lock if no request was issued since `token`. False when it is stale.

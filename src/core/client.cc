@@ -4,9 +4,10 @@
 #include <cstdlib>
 #include <utility>
 
-#include "base/canonical_json.h"
 #include "base/text.h"
+#include "core/diagnostics.h"
 #include "core/pipeline.h"
+#include "platform/defaults.h"
 #include "platform/dispatch.h"
 #include "platform/environment.h"
 
@@ -83,20 +84,15 @@ void Client::identify(std::string_view userId, const Properties& traits) {
     running->log.debug({"[Zarn] identify() called with empty userId — ignored."});
     return;
   }
-  running->identity.setUserId(id);
   Properties properties{{"user_id", id}};
-  const auto config = running->remoteConfig.get();
-  for (const auto& [key, value] : traits) {
-    if (!config || model::isIdentityPropertyAllowed(key, *config)) properties.set(key, value);
+  for (const auto& [key, value] :
+       running->identity.identify(id, traits, running->remoteConfig.get())) {
+    properties.set(key, value);
   }
-  if (isRepeatedIdentify(properties)) return;
-  running->admission.admitEvent(EventType::identify, "identify", properties);
-}
-
-bool Client::isRepeatedIdentify(const Properties& properties) {
-  const auto hash = std::hash<std::string>()(base::canonicalJson(properties));
-  base::MutexLock lock(dedupeLock_);
-  return std::exchange(lastIdentifyHash_, hash) == hash;
+  if (!running->dedupe.isNewIdentify(properties)) return;
+  if (!running->admission.admitEvent(EventType::identify, "identify", properties)) {
+    running->dedupe.forgetIdentify();
+  }
 }
 
 void Client::group(std::string_view groupId, const Properties& traits) {
@@ -105,6 +101,17 @@ void Client::group(std::string_view groupId, const Properties& traits) {
   Properties properties{{"group_id", groupId}};
   for (const auto& [key, value] : traits) properties.set(key, value);
   running->admission.admitEvent(EventType::group, "group", properties);
+}
+
+void Client::setUserProperties(const Properties& properties) {
+  auto* running = pipeline();
+  if (running == nullptr) return;
+  const Properties changed = running->dedupe.newUserProperties(
+      running->identity.setUserProperties(properties, running->remoteConfig.get()));
+  if (changed.empty()) return;
+  if (!running->admission.admitEvent(EventType::userProperty, "user_property", changed)) {
+    running->dedupe.forgetUserProperties(changed);
+  }
 }
 
 void Client::setSuperProperties(const Properties& properties) {
@@ -119,6 +126,17 @@ void Client::clearSuperProperties() {
   if (auto* running = pipeline()) running->identity.clearSuperProperties();
 }
 
+void Client::markGoal(std::string_view name, const Goal& goal) {
+  auto* running = pipeline();
+  if (running == nullptr) return;
+  if (!isGoalName(name)) {
+    running->log.always({"[Zarn] markGoal: invalid name '", name,
+                         "' — must match ^[a-z0-9_-]{3,64}$. Event dropped."});
+    return;
+  }
+  running->admission.admitEvent(EventType::goal, name, propertiesOf(goal));
+}
+
 void Client::flush() {
   if (auto* running = pipeline()) running->queue.flush();
 }
@@ -128,6 +146,35 @@ bool Client::flush(double timeoutSeconds) {
   if (running == nullptr) return false;
   if (running->host.dispatch.main().isCurrent()) failBlockingFlushOnMain();
   return running->queue.flush(timeoutSeconds);
+}
+
+Pipeline* Client::pipelineOrNever() {
+  if (auto* running = pipeline()) return running;
+  base::MutexLock lock(configureLock_);
+  return pipeline_.get();
+}
+
+void Client::optOut() {
+  if (auto* running = pipelineOrNever()) return running->transitions.optOut();
+  platform::Defaults& defaults = host_().defaults;
+  defaults.set(runtime::PrivacyState::kOptOutKey, true);
+  defaults.commit();
+}
+
+void Client::optIn() {
+  if (auto* running = pipelineOrNever()) return running->transitions.optIn();
+  platform::Defaults& defaults = host_().defaults;
+  defaults.remove(runtime::PrivacyState::kOptOutKey);
+  defaults.commit();
+}
+
+void Client::reset() {
+  if (auto* running = pipelineOrNever()) running->transitions.reset();
+}
+
+ZarnDiagnostics Client::diagnostics() {
+  const auto* running = pipeline();
+  return running != nullptr ? diagnosticsOf(*running) : ZarnDiagnostics();
 }
 
 }  // namespace zarn::core

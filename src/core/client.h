@@ -4,11 +4,12 @@
 #include <atomic>
 #include <functional>
 #include <memory>
-#include <optional>
 #include <string>
 #include <string_view>
 
 #include "base/mutex.h"
+#include "core/typed_events.h"
+#include "zarn/diagnostics.h"
 #include "zarn/options.h"
 #include "zarn/value.h"
 
@@ -35,26 +36,34 @@ class Client {
   void identify(std::string_view userId, const Properties& traits);
   void group(std::string_view groupId, const Properties& traits);
 
+  void setUserProperties(const Properties& properties);
   void setSuperProperties(const Properties& properties);
   void unsetSuperProperty(std::string_view key);
   void clearSuperProperties();
 
+  void trackTyped(const NamedEvent& event) { track(event.name, event.properties); }
+  void markGoal(std::string_view name, const Goal& goal);
+
   void flush();
   bool flush(double timeoutSeconds);
+
+  /// Before configure, opt-out and opt-in write down what the user wants, and reset does nothing.
+  void optOut();
+  void optIn();
+  void reset();
+  ZarnDiagnostics diagnostics();
 
  private:
   /// Null before configure.
   Pipeline* pipeline() const { return running_.load(std::memory_order_acquire); }
-  bool isRepeatedIdentify(const Properties& properties);
+  /// The same once a configure that is under way has ended.
+  Pipeline* pipelineOrNever();
 
   const std::function<platform::Host&()> host_;
 
   base::Mutex configureLock_{base::LockRank::configure};
   std::unique_ptr<Pipeline> pipeline_ ZARN_GUARDED_BY(configureLock_);
   std::atomic<Pipeline*> running_ = nullptr;
-
-  base::Mutex dedupeLock_{base::LockRank::leaf};
-  std::optional<std::size_t> lastIdentifyHash_ ZARN_GUARDED_BY(dedupeLock_);
 };
 
 /// The one that the facade uses: made once, never destroyed.

@@ -8,26 +8,31 @@
 #include "platform/device.h"
 #include "platform/dispatch.h"
 #include "platform/http.h"
+#include "platform/life_events.h"
 #include "platform/path_monitor.h"
 #include "platform/random.h"
 
 namespace zarn::core {
 namespace {
 
-runtime::PolicyTargets policyTargets(Pipeline& pipeline) {
-  return {
-      .setReleaseId = [&](const std::string& id) { pipeline.transport.setReleaseId(id); },
-      .setAppId =
-          [&](const std::string& id) {
-            pipeline.appId.publish(std::make_shared<const std::string>(id));
-          },
-      .applyRemoteConfig =
-          [&](const model::RemoteDataCollectionConfig& config) {
-            pipeline.remoteConfig.publish(
-                std::make_shared<const model::RemoteDataCollectionConfig>(config));
-          },
-      .latestRemoteConfig = [&] { return pipeline.remoteConfig.get(); },
+control::PolicyTargets policyTargets(Pipeline& pipeline) {
+  control::PolicyTargets targets;
+  targets.publish = [&](std::shared_ptr<const model::RemoteDataCollectionConfig> config) {
+    pipeline.remoteConfig.publish(std::move(config));
   };
+  targets.collectContext = [&] {
+    pipeline.transport.setEnrichedContext(pipeline.enrichedContext.collect());
+  };
+  return targets;
+}
+
+runtime::AnswerTargets answerTargets(Pipeline& pipeline) {
+  return {.setReleaseId = [&](const std::string& id) { pipeline.transport.setReleaseId(id); },
+          .setAppId =
+              [&](const std::string& id) {
+                pipeline.appId.publish(std::make_shared<const std::string>(id));
+              },
+          .latestRemoteConfig = [&] { return pipeline.remoteConfig.get(); }};
 }
 
 /// Whether the user has opted out; what an earlier launch may have kept is gone then.
@@ -52,29 +57,34 @@ events::SqliteEventStore::Services storeServices(Pipeline& pipeline) {
 
 }  // namespace
 
-Pipeline::Pipeline(platform::Host& hostServices, const model::Configuration& configuration,
+Pipeline::Pipeline(platform::Host& hostServices, const model::Configuration& configured,
                    platform::Log debugLog)
     : host(hostServices),
+      configuration(configured),
       log(debugLog),
       deliveryThread(host.dispatch.makeThread("zarn.delivery")),
       upkeepThread(host.dispatch.makeThread("zarn.upkeep")),
-      controlQueue(host.dispatch.pool(), "io.zarn.control", base::LockRank::controlQueue),
+      controlQueue(host.dispatch.pool(), "io.zarn.config-refresh", base::LockRank::controlQueue),
       workQueue(*deliveryThread, "io.zarn.queue", base::LockRank::workQueue),
+      replayPolicyQueue(*upkeepThread, "io.zarn.replay.policy", base::LockRank::replayPolicyQueue),
       privacy(host.defaults),
       startedOptedOut(deleteFilesWhenOptedOut(privacy, host.files)),
-      identity(host.random),
-      session(host.random),
-      transport(host.http, host.clock, configuration, host.device.app(), log),
+      identity({.device = host.device,
+                .crypto = host.crypto,
+                .random = host.random,
+                .secrets = host.secrets,
+                .defaults = host.defaults,
+                .executor = host.dispatch.pool()}),
+      fallbackSession(host.random),
+      session(fallbackSession, sessionTracker),
       context(host.device, remoteConfig, path),
+      enrichedContext(host.device, host.crypto, remoteConfig, path),
+      transport(host.http, host.clock, configuration, host.device.app(), log),
       ownStore(storeIdentity(configuration), storeServices(*this)),
       queue(transport, ownStore.store(), workQueue, host.random, configuration, log),
       piiFilter(host.names),
       sanitizer(piiFilter),
       runState(queue, privacy, log),
-      guard(host.http, controlQueue, privacy),
-      controlPlane(configuration, host.device.app(), guard, runState, privacy, policyTargets(*this),
-                   log),
-      recovery(runState, privacy, guard, controlPlane, host.random, log),
       admission({.clock = host.clock,
                  .random = host.random,
                  .privacy = privacy,
@@ -86,28 +96,102 @@ Pipeline::Pipeline(platform::Host& hostServices, const model::Configuration& con
                  .context = context,
                  .sanitizer = sanitizer,
                  .queue = queue},
-                log) {
+                log),
+      replayPolicyStore(host.files),
+      replayPolicyAdmission(model::replayPolicyScope(configuration, host.device.app()),
+                            replayPolicyStore, host.random),
+      replayPolicy(
+          replayPolicyAdmission, replay, replayPolicyQueue, [this] { return runState.pauses(); },
+          log),
+      policies(configuration.options.autoTrackNetwork, identity.snapshot()->deviceId,
+               policyTargets(*this), replayPolicy, log),
+      fetcher(configuration, host.device.app(), host.defaults, host.clock, log),
+      guard(host.http, controlQueue, privacy),
+      controlPlane(configuration, host.device.app(), guard, runState, privacy, fetcher, policies,
+                   answerTargets(*this), log),
+      recovery(runState, privacy, guard, controlPlane, host.random, log),
+      refresh(controlQueue, controlPlane, privacy, host.random),
+      transitions(host.dispatch.pool(),
+                  {.privacy = privacy,
+                   .runState = runState,
+                   .boundary = boundary,
+                   .queue = queue,
+                   .transport = transport,
+                   .guard = guard,
+                   .controlPlane = controlPlane,
+                   .recovery = recovery,
+                   .refresh = refresh,
+                   .identity = identity,
+                   .session = session,
+                   .dedupe = dedupe,
+                   .replayPolicy = replayPolicy,
+                   .replay = replay},
+                  log) {
   if (startedOptedOut) transport.stopSends();
   upkeepThread->post([] { redaction::PiiFilter::prepare(); });
+  wireControl();
+  wireSessions();
+}
+
+void Pipeline::wireControl() {
+  privacy.onForeignChange = base::weakly(wiring, [this] { transitions.followOtherProcess(); });
+  transport.isForbidden = [this] { return privacy.optedOut(); };
   host.paths.start(controlQueue, base::weakly(wiring, [this](platform::NetworkPath now) {
                      path.publish(std::make_shared<const platform::NetworkPath>(now));
                    }));
+  transport.setEnrichedContext(enrichedContext.collect());
   queue.onCooldownEntered =
       base::weakly(wiring, [this] { recovery.enterRecovery("batch_cooldown"); });
   queue.onServerPause = base::weakly(wiring, [this](const std::optional<std::string>&) {
     // The queue has discarded already; again, for what was admitted before the state was set.
     runState.becomePausedAndDiscard();
   });
-  controlPlane.onInitialInitFailed =
-      base::weakly(wiring, [this] { recovery.enterRecovery("initial_init_failed"); });
+  runState.onRunning = base::weakly(wiring, [this] { replayPolicy.reconcile(); });
+  runState.onPaused = base::weakly(wiring, [this] { replayPolicy.pausedByServer(); });
+  controlPlane.onRecoveryNeeded =
+      base::weakly(wiring, [this](std::string_view reason) { recovery.enterRecovery(reason); });
+  if (startedOptedOut) {
+    replayPolicy.discardEverything();
+  } else {
+    replayPolicy.finishPendingBoundary();
+  }
+}
+
+void Pipeline::wireSessions() {
+  if (!configuration.options.autoTrackSessions) return;
+  sessionTracker.emplace(base::seconds(configuration.options.sessionTimeout), host.clock,
+                         host.random,
+                         base::weakly(wiring, [this](model::EventType type, std::string_view name) {
+                           admission.admitEvent(type, name, {});
+                           if (type == model::EventType::sessionStart)
+                             replayPolicy.sessionStarted();
+                         }));
+  sessionTracker->start();
+  host.life.start(base::weakly(wiring, [this](platform::LifeEvent event) {
+    switch (event) {
+      case platform::LifeEvent::didEnterBackground:
+        return sessionTracker->appDidEnterBackground();
+      case platform::LifeEvent::willEnterForeground:
+        return sessionTracker->appWillEnterForeground();
+      case platform::LifeEvent::willTerminate:
+        return sessionTracker->appWillTerminate();
+      case platform::LifeEvent::didBecomeActive:
+      case platform::LifeEvent::didReceiveMemoryWarning:
+        return;
+    }
+  }));
 }
 
 Pipeline::~Pipeline() {
+  host.life.stop();
   host.paths.stop();
 }
 
 void Pipeline::start() {
-  if (!startedOptedOut) controlPlane.start();
+  if (privacy.optedOut()) return;
+  controlPlane.sendInit();
+  controlPlane.fetchConfig(runtime::ControlPlane::Fetch::startUp);
+  refresh.startConfigRefreshTimer();
 }
 
 }  // namespace zarn::core

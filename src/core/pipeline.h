@@ -8,12 +8,21 @@
 
 #include "base/serial_queue.h"
 #include "base/weakly.h"
+#include "control/config_fetcher.h"
+#include "control/policy_application.h"
+#include "control/replay_policy_admission.h"
+#include "control/replay_policy_keeper.h"
+#include "control/replay_policy_store.h"
+#include "core/no_replay.h"
 #include "events/event_context.h"
 #include "events/event_queue.h"
 #include "events/own_store.h"
 #include "events/transport.h"
+#include "identity/enriched_context_collector.h"
 #include "identity/fallback_session.h"
 #include "identity/identity_manager.h"
+#include "identity/session_ids.h"
+#include "identity/session_tracker.h"
 #include "model/configuration.h"
 #include "model/published.h"
 #include "model/remote_config.h"
@@ -21,12 +30,15 @@
 #include "platform/log.h"
 #include "redaction/pii_filter.h"
 #include "runtime/admission.h"
+#include "runtime/config_refresh.h"
 #include "runtime/control_plane.h"
 #include "runtime/network_guard.h"
 #include "runtime/privacy_state.h"
+#include "runtime/privacy_transitions.h"
 #include "runtime/property_sanitizer.h"
 #include "runtime/recovery.h"
 #include "runtime/run_state.h"
+#include "runtime/user_dedupe.h"
 
 namespace zarn::core {
 
@@ -40,37 +52,61 @@ struct Pipeline {
   void start();
 
   platform::Host& host;
+  const model::Configuration configuration;
   const platform::Log log;
-  // Of their own, since both may wait for the disk: one for deliveries, one for the store's upkeep.
+
+  // Of their own, since both may wait for the disk: one for deliveries, one for the store's upkeep
+  // and other files.
   const std::unique_ptr<base::Executor> deliveryThread;
   const std::unique_ptr<base::Executor> upkeepThread;
   base::SerialQueue controlQueue;
   base::SerialQueue workQueue;
+  base::SerialQueue replayPolicyQueue;
+
+  // Who may be tracked, and by which policy.
   runtime::PrivacyState privacy;
   const bool startedOptedOut;
   model::Published<model::RemoteDataCollectionConfig> remoteConfig;
   model::Published<platform::NetworkPath> path;
   model::Published<std::string> appId;
 
+  // Who and what the events are about.
   identity::IdentityManager identity;
-  identity::FallbackSession session;
-  events::Transport transport;
+  identity::FallbackSession fallbackSession;
+  std::optional<identity::SessionTracker> sessionTracker;
+  identity::SessionIds session;
+  runtime::UserDedupe dedupe;
   events::EventContextSource context;
-  const std::unique_ptr<base::Executor>
-      background;  // upkeep of the store, which waits for the disk
+  identity::EnrichedContextCollector enrichedContext;
+
+  // Their way out.
+  events::Transport transport;
   events::OwnStore ownStore;
   events::EventQueue queue;
-
   redaction::PiiFilter piiFilter;
   runtime::PropertySanitizer sanitizer;
   runtime::IdentityBoundary boundary;
   runtime::RunState runState;
+  runtime::Admission admission;
+
+  // The server's word.
+  NoReplay replay;
+  control::ReplayPolicyFileStore replayPolicyStore;
+  control::ReplayPolicyAdmissionCoordinator replayPolicyAdmission;
+  control::ReplayPolicyKeeper replayPolicy;
+  control::PolicyApplication policies;
+  control::ConfigFetcher fetcher;
   runtime::NetworkGuard guard;
   runtime::ControlPlane controlPlane;
   runtime::Recovery recovery;
-  runtime::Admission admission;
+  runtime::ConfigRefresh refresh;
+  runtime::PrivacyTransitions transitions;
 
   base::Scope wiring;  // last: what joins the rooms is cut before any of them goes
+
+ private:
+  void wireControl();
+  void wireSessions();
 };
 
 }  // namespace zarn::core

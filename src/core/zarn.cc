@@ -65,6 +65,86 @@ void Zarn::clearSuperProperties() noexcept {
   publicCall([] { sharedClient().clearSuperProperties(); });
 }
 
+void Zarn::setUserProperty(Text key, Value value) noexcept {
+  publicCall([&] {
+    Properties single;
+    single.set(key, std::move(value));
+    sharedClient().setUserProperties(single);
+  });
+}
+
+void Zarn::setUserProperty(StandardProperty property, Value value) noexcept {
+  setUserProperty(rawValue(property), std::move(value));
+}
+
+void Zarn::setUserProperties(const Properties& properties) noexcept {
+  publicCall([&] { sharedClient().setUserProperties(properties); });
+}
+
+void Zarn::setExperimentVariant(Text experiment, Text variant) noexcept {
+  publicCall([&] {
+    Properties single;
+    single.set("experiment_" + std::string(experiment), variant);
+    sharedClient().setSuperProperties(single);
+  });
+}
+
+void Zarn::trackPurchase(const Purchase& purchase) noexcept {
+  publicCall([&] { sharedClient().trackTyped(core::eventOf(purchase)); });
+}
+
+void Zarn::trackSubscriptionStart(const SubscriptionStart& start) noexcept {
+  publicCall([&] { sharedClient().trackTyped(core::eventOf(start)); });
+}
+
+void Zarn::trackTrialStart(const TrialStart& start) noexcept {
+  publicCall([&] { sharedClient().trackTyped(core::eventOf(start)); });
+}
+
+void Zarn::trackCancel(const Cancellation& cancellation) noexcept {
+  publicCall([&] { sharedClient().trackTyped(core::eventOf(cancellation)); });
+}
+
+void Zarn::trackUpgrade(const Upgrade& upgrade) noexcept {
+  publicCall([&] { sharedClient().trackTyped(core::eventOf(upgrade)); });
+}
+
+void Zarn::trackSignup(const Signup& signup) noexcept {
+  publicCall([&] { sharedClient().trackTyped(core::eventOf(signup)); });
+}
+
+void Zarn::trackActivation(const Activation& activation) noexcept {
+  publicCall([&] { sharedClient().trackTyped(core::eventOf(activation)); });
+}
+
+void Zarn::trackShare(const Share& share) noexcept {
+  publicCall([&] { sharedClient().trackTyped(core::eventOf(share)); });
+}
+
+void Zarn::trackInvite(const Invite& invite) noexcept {
+  publicCall([&] { sharedClient().trackTyped(core::eventOf(invite)); });
+}
+
+void Zarn::markGoal(Text name, const Goal& goal) noexcept {
+  publicCall([&] { sharedClient().markGoal(name, goal); });
+}
+
+void Zarn::optOut() noexcept {
+  publicCall([] { sharedClient().optOut(); });
+}
+
+void Zarn::optIn() noexcept {
+  publicCall([] { sharedClient().optIn(); });
+}
+
+void Zarn::reset() noexcept {
+  publicCall([] { sharedClient().reset(); });
+}
+
+ZarnDiagnostics Zarn::diagnostics() noexcept {
+  return publicCall([] { return sharedClient().diagnostics(); });
+}
+
 void Zarn::flush() noexcept {
   publicCall([] { sharedClient().flush(); });
 }

@@ -1,13 +1,11 @@
 // The session id of events while sessions are not tracked.
 #pragma once
 
-#include <array>
 #include <memory>
 #include <string>
 
-#include "base/uuid.h"
+#include "identity/random_uuid.h"
 #include "model/published.h"
-#include "platform/random.h"
 
 namespace zarn::identity {
 
@@ -19,10 +17,7 @@ class FallbackSession {
   std::shared_ptr<const std::string> id() const { return id_.get(); }
 
   void renew() {
-    std::array<std::uint8_t, 16> bytes;
-    random_.fill(bytes);
-    id_.publish(
-        std::make_shared<const std::string>("no_session_" + base::uuidFromRandom(bytes).text()));
+    id_.publish(std::make_shared<const std::string>("no_session_" + randomUuidText(random_)));
   }
 
  private:

@@ -1,20 +1,14 @@
 #include "identity/identity_manager.h"
 
-#include <array>
+#include <utility>
 
-#include "base/hex.h"
 #include "base/json.h"
-#include "base/uuid.h"
-#include "platform/random.h"
+#include "identity/device_identifier.h"
+#include "identity/random_uuid.h"
+#include "model/remote_config.h"
 
 namespace zarn::identity {
 namespace {
-
-std::string randomUuidText(platform::Random& random) {
-  std::array<std::uint8_t, 16> bytes;
-  random.fill(bytes);
-  return base::uuidFromRandom(bytes).text();
-}
 
 void encodeMembers(IdentitySnapshot& snapshot) {
   snapshot.idMembers.clear();
@@ -25,49 +19,203 @@ void encodeMembers(IdentitySnapshot& snapshot) {
   base::JsonWriter(snapshot.fingerprintMember).member("fingerprint", snapshot.fingerprint);
 }
 
+Properties allowed(const Properties& properties, const IdentityManager::Policy& policy) {
+  if (!policy) return properties;
+  Properties passed;
+  for (const auto& [key, value] : properties) {
+    if (model::isIdentityPropertyAllowed(key, *policy)) passed.set(key, value);
+  }
+  return passed;
+}
+
+void merge(const Properties& newer, Properties& into) {
+  for (const auto& [key, value] : newer) into.set(key, value);
+}
+
 }  // namespace
 
-IdentityManager::IdentityManager(platform::Random& random) {
+IdentityManager::IdentityManager(const IdentityServices& services)
+    : random_(services.random),
+      store_(services.secrets, services.defaults, services.crypto),
+      persistQueue_(services.executor, "io.zarn.identity.persist",
+                    base::LockRank::identityPersist) {
+  begin(services);
+}
+
+IdentityManager::~IdentityManager() {
+  persistReset();
+}
+
+void IdentityManager::begin(const IdentityServices& services) {
   auto first = std::make_shared<IdentitySnapshot>();
-  first->deviceId = randomUuidText(random);
-  first->anonymousId = randomUuidText(random);
-  std::array<std::uint8_t, 32> fingerprint;
-  random.fill(fingerprint);
-  first->fingerprint = base::lowerHex(fingerprint);
+  first->deviceId = deviceId(services.device, services.secrets, random_);
+  first->anonymousId = storedOrFreshId(kAnonymousIdAccount, services.secrets, random_);
+  first->fingerprint = fingerprint(services.device, services.crypto);
+  IdentityStore::User user = store_.load(first->anonymousId);
+  first->userId = std::move(user.id);
+  first->superProperties = std::move(user.superProperties);
   encodeMembers(*first);
-  current_ = std::move(first);
+  current_.publish(std::move(first));
+  {
+    base::MutexLock lock(lock_);
+    state_.userProperties = std::move(user.userProperties);
+    state_.userIdChanged = user.isAnothers;
+  }
+  if (user.isAnothers) schedulePersist();
 }
 
-std::shared_ptr<const IdentitySnapshot> IdentityManager::snapshot() const {
+Properties IdentityManager::traits() const {
   base::MutexLock lock(lock_);
-  return current_;
+  return state_.traits;
 }
 
-template <typename Change>
-void IdentityManager::change(Change&& apply) {
+Properties IdentityManager::userProperties() const {
   base::MutexLock lock(lock_);
-  auto next = std::make_shared<IdentitySnapshot>(*current_);
-  apply(*next);
-  encodeMembers(*next);
-  current_ = std::move(next);
+  return state_.userProperties;
 }
 
-void IdentityManager::setUserId(std::string_view userId) {
-  change([&](IdentitySnapshot& next) { next.userId = std::string(userId); });
+template <typename Apply>
+void IdentityManager::change(Apply&& apply) {
+  {
+    base::MutexLock lock(lock_);
+    auto next = std::make_shared<IdentitySnapshot>(*current_.get());
+    apply(state_, *next);
+    current_.publish(std::move(next));
+  }
+  schedulePersist();
+}
+
+void IdentityManager::schedulePersist() {
+  {
+    base::MutexLock lock(lock_);
+    if (std::exchange(state_.isScheduled, true)) return;
+  }
+  persistQueue_.async(base::weakly(scope_, [this] {
+    persistQueue_.assertCurrent();
+    persist();
+  }));
+}
+
+Properties IdentityManager::identify(std::string_view userId, const Properties& traits,
+                                     const Policy& policy) {
+  Properties passed = allowed(traits, policy);
+  change([&](State& state, IdentitySnapshot& next) {
+    next.userId = std::string(userId);
+    encodeMembers(next);
+    state.traits = passed;
+    merge(passed, state.userProperties);
+    state.userIdChanged = true;
+    if (!passed.empty()) state.userPropertiesChanged = true;
+  });
+  return passed;
+}
+
+Properties IdentityManager::setUserProperties(const Properties& properties, const Policy& policy) {
+  Properties passed = allowed(properties, policy);
+  if (passed.empty()) return passed;
+  {
+    base::MutexLock lock(lock_);
+    merge(passed, state_.userProperties);
+    state_.userPropertiesChanged = true;
+  }
+  schedulePersist();
+  return passed;
+}
+
+bool IdentityManager::setUserProperty(std::string_view key, const Value& value,
+                                      const Policy& policy) {
+  Properties one;
+  one.set(key, value);
+  return !setUserProperties(one, policy).empty();
+}
+
+void IdentityManager::setSuperProperty(std::string_view key, const Value& value) {
+  Properties one;
+  one.set(key, value);
+  setSuperProperties(one);
 }
 
 void IdentityManager::setSuperProperties(const Properties& properties) {
-  change([&](IdentitySnapshot& next) {
-    for (const auto& [key, value] : properties) next.superProperties.set(key, value);
+  change([&](State& state, IdentitySnapshot& next) {
+    merge(properties, next.superProperties);
+    state.superPropertiesChanged = true;
   });
 }
 
 void IdentityManager::unsetSuperProperty(std::string_view key) {
-  change([&](IdentitySnapshot& next) { next.superProperties.erase(key); });
+  change([&](State& state, IdentitySnapshot& next) {
+    next.superProperties.erase(key);
+    state.superPropertiesChanged = true;
+  });
 }
 
 void IdentityManager::clearSuperProperties() {
-  change([](IdentitySnapshot& next) { next.superProperties = {}; });
+  change([](State& state, IdentitySnapshot& next) {
+    next.superProperties = {};
+    state.superPropertiesChanged = true;
+  });
+}
+
+void IdentityManager::reset() {
+  const std::string freshId = randomUuidText(random_);
+  change([&](State& state, IdentitySnapshot& next) {
+    next.anonymousId = freshId;
+    next.userId.reset();
+    next.superProperties = {};
+    encodeMembers(next);
+    state.traits = {};
+    state.userProperties = {};
+    state.isReset = true;
+  });
+}
+
+void IdentityManager::persistReset() {
+  persistQueue_.sync([this] {
+    persistQueue_.assertCurrent();
+    persist();
+  });
+}
+
+/// The newest state, as far as it is not stored.
+struct IdentityManager::Unsaved {
+  std::shared_ptr<const IdentitySnapshot> identity;
+  Properties userProperties;
+  bool isReset = false;
+  bool hasUserId = false;
+  bool hasUserProperties = false;
+  bool hasSuperProperties = false;
+
+  bool empty() const { return !hasUserId && !hasUserProperties && !hasSuperProperties; }
+  IdentityStore::Changes changes() const {
+    return {.id = hasUserId ? &identity->userId : nullptr,
+            .userProperties = hasUserProperties ? &userProperties : nullptr,
+            .superProperties = hasSuperProperties ? &identity->superProperties : nullptr};
+  }
+};
+
+IdentityManager::Unsaved IdentityManager::takeUnsaved(bool all) {
+  base::MutexLock lock(lock_);
+  state_.isScheduled = false;
+  Unsaved unsaved;
+  unsaved.identity = current_.get();
+  unsaved.isReset = std::exchange(state_.isReset, false);
+  all = all || unsaved.isReset;
+  unsaved.hasUserId = std::exchange(state_.userIdChanged, false) || all;
+  unsaved.hasUserProperties = std::exchange(state_.userPropertiesChanged, false) || all;
+  unsaved.hasSuperProperties = std::exchange(state_.superPropertiesChanged, false) || all;
+  if (unsaved.hasUserProperties) unsaved.userProperties = state_.userProperties;
+  return unsaved;
+}
+
+void IdentityManager::persist() {
+  const auto save = [this](const Unsaved& unsaved) {
+    const std::string& owner = unsaved.identity->anonymousId;
+    if (!unsaved.isReset) return store_.save(owner, unsaved.changes());
+    store_.replace(owner, unsaved.changes());
+    return true;
+  };
+  const Unsaved unsaved = takeUnsaved(false);
+  if (!unsaved.empty() && !save(unsaved)) save(takeUnsaved(true));
 }
 
 }  // namespace zarn::identity

@@ -1,4 +1,8 @@
 // IdentityManager: who the events are about, and the super properties that go with each.
+//
+// What is to be kept is written on a queue of its own. A write carries no picture from when it was
+// asked for: when its turn comes it takes the newest state, with the anonymous id that says whose
+// it is, so that an older one can't bring a user back after a reset.
 #pragma once
 
 #include <memory>
@@ -7,11 +11,19 @@
 #include <string_view>
 
 #include "base/mutex.h"
+#include "base/serial_queue.h"
+#include "base/weakly.h"
+#include "identity/identity_store.h"
+#include "model/published.h"
 #include "zarn/value.h"
 
-namespace zarn::platform {
-class Random;
+namespace zarn::model {
+struct RemoteDataCollectionConfig;
 }
+namespace zarn::platform {
+class Device;
+class Random;
+}  // namespace zarn::platform
 
 namespace zarn::identity {
 
@@ -27,25 +39,78 @@ struct IdentitySnapshot {
   std::string fingerprintMember;  // "fingerprint"
 };
 
-/// Any thread. Ids are made anew in each process.
+struct IdentityServices {
+  platform::Device& device;
+  platform::Crypto& crypto;
+  platform::Random& random;
+  platform::SecureStore& secrets;
+  platform::Defaults& defaults;
+  base::Executor& executor;  // for what is written; must not be one that waits for the disk
+};
+
+/// Any thread. Nothing here waits for the disk.
 class IdentityManager {
  public:
-  explicit IdentityManager(platform::Random& random);
+  /// The server's decision on personal properties; null allows all.
+  using Policy = std::shared_ptr<const model::RemoteDataCollectionConfig>;
 
-  std::shared_ptr<const IdentitySnapshot> snapshot() const;
+  /// Finds the identity of the launch before, or begins one.
+  explicit IdentityManager(const IdentityServices& services);
+  /// Writes what is still to be written.
+  ~IdentityManager();
 
-  void setUserId(std::string_view userId);
+  std::shared_ptr<const IdentitySnapshot> snapshot() const { return current_.get(); }
+  Properties traits() const;
+  Properties userProperties() const;
 
+  // A denied key is left out and what is stored under it stays. Each gives what was allowed.
+
+  /// The traits take the place of the earlier user's and go into the user properties too.
+  Properties identify(std::string_view userId, const Properties& traits, const Policy& policy);
+  Properties setUserProperties(const Properties& properties, const Policy& policy);
+  bool setUserProperty(std::string_view key, const Value& value, const Policy& policy);
+
+  void setSuperProperty(std::string_view key, const Value& value);
   void setSuperProperties(const Properties& properties);
   void unsetSuperProperty(std::string_view key);
   void clearSuperProperties();
 
+  /// Parts the user from the device: a fresh anonymous id, and no user, traits, user properties or
+  /// super properties, all in one step. It is stored soon; call persistReset for certainty.
+  void reset();
+  /// The reset outlives the process, however it ends, once this returns. Call it without the locks
+  /// that made the reset one step with others.
+  void persistReset();
+
  private:
-  template <typename Change>
-  void change(Change&& apply);
+  struct State {
+    Properties traits;
+    Properties userProperties;
+    // What is not stored yet.
+    bool userIdChanged = false;
+    bool userPropertiesChanged = false;
+    bool superPropertiesChanged = false;
+    bool isReset = false;
+    bool isScheduled = false;
+  };
+  struct Unsaved;
+
+  void begin(const IdentityServices& services);
+  template <typename Apply>
+  void change(Apply&& apply);
+  void schedulePersist();
+  Unsaved takeUnsaved(bool all);
+  void persist() ZARN_REQUIRES(persistQueue_);
+
+  platform::Random& random_;
+  IdentityStore store_;
 
   mutable base::Mutex lock_{base::LockRank::identity};
-  std::shared_ptr<const IdentitySnapshot> current_ ZARN_GUARDED_BY(lock_);
+  State state_ ZARN_GUARDED_BY(lock_);
+  model::Published<IdentitySnapshot> current_;  // replaced under the lock only
+
+  base::SerialQueue persistQueue_;
+  base::Scope scope_;
 };
 
 }  // namespace zarn::identity

@@ -7,8 +7,8 @@
 #include "base/uuid.h"
 #include "events/event_context.h"
 #include "events/event_queue.h"
-#include "identity/fallback_session.h"
 #include "identity/identity_manager.h"
+#include "identity/session_ids.h"
 #include "model/event_encoder.h"
 #include "platform/clock.h"
 #include "platform/random.h"
@@ -51,9 +51,9 @@ bool Admission::passesGates(model::EventType type, std::string_view name) const 
   return true;
 }
 
-void Admission::admitEvent(model::EventType type, std::string_view name,
+bool Admission::admitEvent(model::EventType type, std::string_view name,
                            const Properties& properties) {
-  if (!passesGates(type, name)) return;
+  if (!passesGates(type, name)) return false;
   std::optional<Picture> picture;
   {
     base::MutexLock lock(parts_.boundary.lock);
@@ -64,10 +64,10 @@ void Admission::admitEvent(model::EventType type, std::string_view name,
     // looking after the generation was read sees either the state or, at the queue, the discard.
     if (parts_.privacy.optedOut() || parts_.privacy.awaitingFreshPolicyAfterOptIn() ||
         parts_.runState.isPaused()) {
-      return;
+      return false;
     }
   }
-  parts_.queue.enqueue(encode(type, name, properties, *picture), picture->generation);
+  return parts_.queue.enqueue(encode(type, name, properties, *picture), picture->generation);
 }
 
 model::EncodedEvent Admission::encode(model::EventType type, std::string_view name,

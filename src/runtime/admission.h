@@ -18,8 +18,8 @@ class Clock;
 class Random;
 }  // namespace zarn::platform
 namespace zarn::identity {
-class FallbackSession;
 class IdentityManager;
+class SessionIds;
 struct IdentitySnapshot;
 }  // namespace zarn::identity
 namespace zarn::events {
@@ -47,7 +47,7 @@ struct AdmissionParts {
   const RunState& runState;
   IdentityBoundary& boundary;
   const identity::IdentityManager& identity;
-  const identity::FallbackSession& session;
+  const identity::SessionIds& session;
   const model::Published<model::RemoteDataCollectionConfig>& remoteConfig;
   events::EventContextSource& context;
   const PropertySanitizer& sanitizer;
@@ -59,8 +59,8 @@ class Admission {
  public:
   Admission(const AdmissionParts& parts, platform::Log log) : parts_(parts), log_(log) {}
 
-  /// The event is durable when this returns, or dropped by a rule.
-  void admitEvent(model::EventType type, std::string_view name, const Properties& properties);
+  /// The event is durable when this returns true; false when it was dropped by a rule.
+  bool admitEvent(model::EventType type, std::string_view name, const Properties& properties);
 
  private:
   struct Picture;

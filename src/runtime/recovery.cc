@@ -35,13 +35,16 @@ Recovery::Recovery(RunState& runState, const PrivacyState& privacy, NetworkGuard
 
 class Recovery::Run {
  public:
-  Run(Recovery& owner, NetworkGuard::Token atEntry)
-      : ticket(atEntry), end_(base::weakly(owner.scope_, [&owner] { owner.end(); })) {}
+  Run(Recovery& owner, Runs::Token itself, NetworkGuard::Token atEntry)
+      : self(itself),
+        network(atEntry),
+        end_(base::weakly(owner.scope_, [&owner, itself] { owner.end(itself); })) {}
   ~Run() { end_(); }
   Run(const Run&) = delete;
   Run& operator=(const Run&) = delete;
 
-  const NetworkGuard::Token ticket;  // a boundary after the entry ends the recovery
+  const Runs::Token self;
+  const NetworkGuard::Token network;  // a boundary after the entry ends the recovery
   int attempt = 0;
 
  private:
@@ -49,16 +52,26 @@ class Recovery::Run {
 };
 
 std::unique_ptr<Recovery::Run> Recovery::begin() {
-  {
-    base::MutexLock lock(lock_);
-    if (std::exchange(recoveryInFlight_, true)) return nullptr;
-  }
-  return std::make_unique<Run>(*this, guard_.current());
+  const auto network = guard_.current();
+  base::MutexLock lock(lock_);
+  if (std::exchange(recoveryInFlight_, true)) return nullptr;
+  return std::make_unique<Run>(*this, runs_.bump(), network);
 }
 
-void Recovery::end() {
+void Recovery::end(Runs::Token run) {
   base::MutexLock lock(lock_);
+  if (run == runs_.current()) recoveryInFlight_ = false;
+}
+
+void Recovery::abandon() {
+  base::MutexLock lock(lock_);
+  runs_.bump();
   recoveryInFlight_ = false;
+}
+
+bool Recovery::isUnderWay(Runs::Token run) const {
+  base::MutexLock lock(lock_);
+  return run == runs_.current();
 }
 
 void Recovery::enterRecovery(std::string_view reason, bool immediately) {
@@ -76,36 +89,32 @@ void Recovery::enterRecovery(std::string_view reason, bool immediately) {
 
 void Recovery::wait(std::unique_ptr<Run> run) {
   const double delay = recoveryDelay(run->attempt) * base::retryJitter(random_.next());
-  const auto ticket = run->ticket;
-  guard_.scheduleGuardedWork(base::seconds(delay), ticket,
+  const auto network = run->network;
+  guard_.scheduleGuardedWork(base::seconds(delay), network,
                              base::weakly(scope_, [this, run = std::move(run)]() mutable {
                                recoveryStep(std::move(run));
                              }));
 }
 
 void Recovery::recoveryStep(std::unique_ptr<Run> run) {
-  if (privacy_.optedOut() || runState_.current() != LifecycleState::recovering) return;
+  if (!isUnderWay(run->self) || privacy_.optedOut() ||
+      runState_.current() != LifecycleState::recovering) {
+    return;
+  }
   ++run->attempt;
-  const auto ticket = run->ticket;
+  const auto network = run->network;
   controlPlane_.sendRecoveryInit(
-      ticket, base::weakly(scope_, [this, run = std::move(run)](
-                                       const platform::HttpResult& result,
-                                       control::ControlPlaneResponseEpoch::Token epoch) mutable {
-        answered(std::move(run), result, epoch);
+      network,
+      base::weakly(scope_, [this, run = std::move(run)](const platform::HttpResult& result,
+                                                        const ControlTicket& ticket) mutable {
+        answered(std::move(run), result, ticket);
       }));
 }
 
 void Recovery::answered(std::unique_ptr<Run> run, const platform::HttpResult& result,
-                        control::ControlPlaneResponseEpoch::Token epoch) {
-  const auto answer = control::readInitAnswer(result);
-  if (answer && answer->releaseId && !answer->releaseId->empty()) {
-    controlPlane_.setReleaseId(*answer->releaseId);
-  }
-  if (answer && answer->dataCollection) {
-    controlPlane_.apply(epoch, *answer, *answer->dataCollection);
-  } else if (answer) {
-    if (answer->paused) controlPlane_.applyPause(epoch);
-    log_.debug({"[Zarn] Recovery init missing fresh data_collection — remaining fail-closed"});
+                        const ControlTicket& ticket) {
+  if (const auto answer = control::readInitAnswer(result)) {
+    controlPlane_.applyRecovery(*answer, ticket);
   }
   // Whatever became of the answer, only the state it has led to decides whether to go on asking.
   if (runState_.current() == LifecycleState::recovering) wait(std::move(run));

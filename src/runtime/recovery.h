@@ -8,10 +8,10 @@
 #include <memory>
 #include <string_view>
 
+#include "base/generation.h"
 #include "base/mutex.h"
 #include "base/weakly.h"
-#include "control/init_exchange.h"
-#include "control/response_epoch.h"
+#include "platform/http.h"
 #include "platform/log.h"
 #include "runtime/network_guard.h"
 
@@ -22,6 +22,7 @@ class Random;
 namespace zarn::runtime {
 
 class ControlPlane;
+struct ControlTicket;
 class PrivacyState;
 class RunState;
 
@@ -34,18 +35,23 @@ class Recovery {
   /// Nothing while one is under way, while the server pauses or after an opt-out. `immediately`:
   /// the first attempt does not wait.
   void enterRecovery(std::string_view reason, bool immediately = false);
+  /// For an opt-out: what is under way ends without a trace, and another one can begin.
+  void abandon();
 
  private:
   /// One recovery, from entry to end. It travels with the work that is to carry on; when that work
   /// is dropped, by a boundary or an opt-out, the recovery ends with it, and another one can begin.
   class Run;
 
+  using Runs = base::Generation<Recovery>;
+
   std::unique_ptr<Run> begin();
-  void end();
+  void end(Runs::Token run);
+  bool isUnderWay(Runs::Token run) const;
   void wait(std::unique_ptr<Run> run);
   void recoveryStep(std::unique_ptr<Run> run);
   void answered(std::unique_ptr<Run> run, const platform::HttpResult& result,
-                control::ControlPlaneResponseEpoch::Token epoch);
+                const ControlTicket& ticket);
 
   // Constant after construction.
   RunState& runState_;
@@ -55,7 +61,8 @@ class Recovery {
   platform::Random& random_;
   const platform::Log log_;
 
-  base::Mutex lock_{base::LockRank::leaf};
+  mutable base::Mutex lock_{base::LockRank::leaf};
+  Runs runs_ ZARN_GUARDED_BY(lock_);
   bool recoveryInFlight_ ZARN_GUARDED_BY(lock_) = false;
   base::Scope scope_;
 };

@@ -7,15 +7,32 @@ namespace zarn::runtime {
 
 using model::LifecycleState;
 
-void RunState::become(LifecycleState next) {
+control::ServerPauses::Token RunState::pauses() const {
   base::MutexLock lock(lock_);
-  becomeLocked(next);
+  return pauses_.current();
+}
+
+bool RunState::becomeRunning(control::ServerPauses::Token pauses) {
+  base::MutexLock lock(lock_);
+  if (pauses != pauses_.current()) return false;
+  becomeLocked(LifecycleState::running);
+  return true;
+}
+
+void RunState::becomePaused() {
+  base::MutexLock lock(lock_);
+  pauseLocked();
 }
 
 void RunState::becomePausedAndDiscard() {
   base::MutexLock lock(lock_);
-  becomeLocked(LifecycleState::pausedByServer);
+  pauseLocked();
   queue_.discardAll();
+}
+
+void RunState::becomeRecovering() {
+  base::MutexLock lock(lock_);
+  becomeLocked(LifecycleState::recovering);
 }
 
 bool RunState::becomeRecoveringUnlessPaused() {
@@ -25,12 +42,24 @@ bool RunState::becomeRecoveringUnlessPaused() {
   return true;
 }
 
+void RunState::suspend() {
+  base::MutexLock lock(lock_);
+  queue_.suspend();
+}
+
+void RunState::pauseLocked() {
+  pauses_.bump();
+  becomeLocked(LifecycleState::pausedByServer);
+  if (onPaused) onPaused();
+}
+
 void RunState::becomeLocked(LifecycleState next) {
   const LifecycleState old = state_.exchange(next, std::memory_order_acq_rel);
   if (next == LifecycleState::running && !privacy_.optedOut()) {
     queue_.resume();
     queue_.resetBackoff();
     queue_.flush();
+    if (onRunning) onRunning();
   } else {
     queue_.suspend();
   }

@@ -6,11 +6,14 @@
 //   recovering         a fresh policy                         running, pausedByServer
 //   any                the server pauses                      pausedByServer
 //   pausedByServer     a later answer lifts the pause         running
+//   any                an opt-in                              recovering
 #pragma once
 
 #include <atomic>
+#include <functional>
 
 #include "base/mutex.h"
+#include "control/server_pauses.h"
 #include "model/lifecycle_state.h"
 #include "platform/log.h"
 
@@ -22,33 +25,45 @@ namespace zarn::runtime {
 
 class PrivacyState;
 
-/// Any thread.
+/// Any thread. The only writer of the state and of the queue's suspension.
 class RunState {
  public:
   RunState(events::EventQueue& queue, const PrivacyState& privacy, platform::Log log)
       : queue_(queue), privacy_(privacy), log_(log) {}
 
+  /// Called with the lock held: they may only post. Set before the first change.
+  std::function<void()> onRunning;
+  std::function<void()> onPaused;
+
   model::LifecycleState current() const { return state_.load(std::memory_order_acquire); }
   bool isPaused() const { return current() == model::LifecycleState::pausedByServer; }
+  /// Tells an answer that was asked for before the last pause from a later one.
+  control::ServerPauses::Token pauses() const;
 
-  /// The only writer. Running resumes the queue and has it flush on its own queue; any other state,
-  /// and any state of a user who has opted out, suspends it.
-  void become(model::LifecycleState next);
-  /// The server's pause: besides, everything that waits is discarded, in the same step.
+  /// Resumes the queue and has it flush on its own queue, unless the user has opted out. False, and
+  /// nothing changed, when a pause has come since `pauses` was read: only a later answer lifts it.
+  bool becomeRunning(control::ServerPauses::Token pauses);
+  void becomePaused();
+  /// Besides, everything that waits is discarded, in the same step.
   void becomePausedAndDiscard();
-  /// False, and nothing done, while the server pauses: recovery never overrides that.
+  void becomeRecovering();
+  /// False, and nothing done, while the server pauses: a failure never overrides that.
   bool becomeRecoveringUnlessPaused();
+  /// For an opt-out: nothing flows, the state stays. Call it once the flag is set.
+  void suspend();
 
  private:
   void becomeLocked(model::LifecycleState next) ZARN_REQUIRES(lock_);
+  void pauseLocked() ZARN_REQUIRES(lock_);
 
   events::EventQueue& queue_;
   const PrivacyState& privacy_;
   const platform::Log log_;
 
-  base::Mutex lock_{base::LockRank::runState};
+  mutable base::Mutex lock_{base::LockRank::runState};
   std::atomic<model::LifecycleState> state_{
       model::LifecycleState::initialising};  // written under lock_
+  control::ServerPauses pauses_ ZARN_GUARDED_BY(lock_);
 };
 
 }  // namespace zarn::runtime

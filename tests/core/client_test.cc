@@ -63,8 +63,12 @@ TEST_F(ClientTest, AsksTheServerFirstAndSendsWhatHasGatheredThen) {
   EXPECT_EQ(batches(), 0);
   EXPECT_TRUE(logged("[Zarn] initialising — buffering event: one"));
 
+  // The configuration was asked for after the init: its answer decides, the other one names the
+  // release.
   host_.http.answer("/init", 200, R"({"data_collection":{},"release_id":"r1","app_id":"a1"})");
   settle();
+  EXPECT_EQ(batches(), 0);
+  client.answerConfig();
   ASSERT_EQ(batches(), 1);
   EXPECT_EQ(client.waitingNames(), (Names{"one", "two", "three", "four"}));
   const auto batch = host_.http.nextRequest();
@@ -74,7 +78,8 @@ TEST_F(ClientTest, AsksTheServerFirstAndSendsWhatHasGatheredThen) {
   EXPECT_TRUE(host_.http.nextBody().starts_with(
       R"({"project_id":"shop","api_key":"wk_live_x_shop_abc","platform":"ios",)"
       R"("environment":"production","sdk_version":"1.0.16","app_version":"2.4.1",)"
-      R"("bundle_id":"com.example.shop","release_id":"r1","batch":[{"event_id":)"));
+      R"("bundle_id":"com.example.shop","release_id":"r1","context":{"device":{)"));
+  EXPECT_NE(host_.http.nextBody().find(R"(},"batch":[{"event_id":)"), std::string::npos);
   EXPECT_TRUE(host_.http.nextBody().ends_with(R"(],"sent_at":"2030-01-01T00:00:00Z"})"));
 }
 
@@ -142,8 +147,8 @@ TEST_F(ClientTest, IdentifySendsEachChangeOnceAndGroupsCarryTheirId) {
 
 TEST_F(ClientTest, TheServerNarrowsTheContextAndTheTraits) {
   TestClient client(host_);
-  client.run(R"({"data_collection":{"device":{"hardwareInfo":false,"connectionInfo":false,
-                 "batteryInfo":false},"identity":{"collectEmail":false}}})");
+  client.run(R"({"device":{"hardwareInfo":false,"connectionInfo":false,"batteryInfo":false},
+                 "identity":{"collectEmail":false}})");
   host_.device.batteryReads = 0;
   client->identify("user", {{"$email", "a@b.example"}, {"email", "a@b.example"}, {"plan", "pro"}});
   client->flush();
@@ -162,14 +167,19 @@ TEST_F(ClientTest, TheServerNarrowsTheContextAndTheTraits) {
   EXPECT_EQ(host_.device.batteryReads, 0);
 }
 
-TEST_F(ClientTest, AFailedInitLeadsToRecoveryWhichGoesOnUntilAFreshPolicy) {
+TEST_F(ClientTest, AFailedStartLeadsToRecoveryWhichGoesOnUntilAFreshPolicy) {
   TestClient client(host_);
   client.configure();
   for (const char* name : {"one", "two", "three"}) client->track(name, {});
   host_.http.answer("/init", 503);
   settle();
   EXPECT_TRUE(logged("[Zarn] Init failed (status 503) — continuing without release_id"));
-  EXPECT_TRUE(logged("[Zarn] Entering recovery: initial_init_failed"));
+  host_.dispatch.advance(100.0);
+  EXPECT_EQ(inits(), 1) << "a newer request is still to be answered";
+  host_.http.answer("/config", 503);
+  settle();
+  EXPECT_TRUE(logged("[Zarn] Config fetch failed — keeping last resolved policy"));
+  EXPECT_TRUE(logged("[Zarn] Entering recovery: config_fetch_failed"));
   host_.dispatch.advance(5.0);
   ASSERT_EQ(inits(), 2);
   EXPECT_EQ(host_.http.nextBody().find("\"build\""), std::string::npos);
@@ -191,17 +201,6 @@ TEST_F(ClientTest, AFailedInitLeadsToRecoveryWhichGoesOnUntilAFreshPolicy) {
   EXPECT_NE(host_.http.nextBody().find(R"("release_id":"r9")"), std::string::npos);
   host_.dispatch.advance(100000.0);
   EXPECT_EQ(inits(), 4);
-}
-
-TEST_F(ClientTest, AnInitWithoutAPolicyGoesOnWithDefaultsAndOneThatIsNoObjectFails) {
-  {
-    TestClient client(host_);
-    client.run(R"({"data_collection":{"core":7},"release_id":"r1"})");
-    EXPECT_TRUE(logged("[Zarn] Lifecycle initialising → running"));
-  }
-  TestClient client(host_);
-  client.run("[]");
-  EXPECT_TRUE(logged("[Zarn] Init failed (status 200) — continuing without release_id"));
 }
 
 TEST_F(ClientTest, APauseDropsEverythingAndTakesNothing) {
@@ -288,7 +287,7 @@ TEST_F(ClientTest, AnOptOutBetweenRequestAndAnswerLeavesTheQueueClosed) {
   TestClient client(host_);
   client.configure();
   client->track("one", {});
-  host_.http.answer("/init", 200, R"({"data_collection":{}})");
+  host_.http.answer("/config", 200, R"({"dataCollection":{}})");
   host_.defaults.set("zarn_opt_out", true);  // the answer is on its way
   settle();
   EXPECT_EQ(batches(), 0);

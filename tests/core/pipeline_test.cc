@@ -12,8 +12,8 @@ class PipelineTest : public ::testing::Test {
   int inits() const { return host_.http.countOf("/init"); }
 
   testing::TestHost host_;
-  const model::Configuration configuration_{"key",
-                                            {.apiHost = "http://collector.example", .debug = true}};
+  const model::Configuration configuration_{
+      "key", {.autoTrackSessions = false, .apiHost = "http://collector.example", .debug = true}};
   std::optional<Pipeline> pipeline_{std::in_place, host_.services, configuration_,
                                     platform::Log(host_.log, true)};
 };
@@ -33,12 +33,6 @@ TEST_F(PipelineTest, ABoundaryEndsTheRecoveryInEveryStep) {
   pipeline_->guard.cancelAllGuarded();
   host_.dispatch.runUntilIdle();
 
-  pipeline_->recovery.enterRecovery("opted out meanwhile");
-  host_.defaults.set("zarn_opt_out", true);
-  host_.dispatch.advance(100.0);
-  EXPECT_EQ(inits(), 1);
-  host_.defaults.remove("zarn_opt_out");
-
   pipeline_->recovery.enterRecovery("at last", true);
   EXPECT_EQ(inits(), 2);
   host_.http.answer("/init", 200, R"({"data_collection":{}})");
@@ -48,14 +42,14 @@ TEST_F(PipelineTest, ABoundaryEndsTheRecoveryInEveryStep) {
 }
 
 TEST_F(PipelineTest, APauseIsNeverOverriddenByARecovery) {
-  pipeline_->runState.become(model::LifecycleState::pausedByServer);
+  pipeline_->runState.becomePaused();
   pipeline_->recovery.enterRecovery("batch_cooldown", true);
   EXPECT_EQ(inits(), 0);
   EXPECT_EQ(pipeline_->runState.current(), model::LifecycleState::pausedByServer);
 }
 
 TEST_F(PipelineTest, OnlyTheAnswerToTheLatestRequestCounts) {
-  pipeline_->start();
+  pipeline_->controlPlane.sendInit();
   pipeline_->recovery.enterRecovery("newer", true);
   ASSERT_EQ(inits(), 2);
   host_.http.answerNext(200, R"({"data_collection":{},"paused":true})");  // to the older one
@@ -64,6 +58,20 @@ TEST_F(PipelineTest, OnlyTheAnswerToTheLatestRequestCounts) {
   host_.http.answerNext(200, R"({"data_collection":{}})");
   host_.dispatch.runUntilIdle();
   EXPECT_EQ(pipeline_->runState.current(), model::LifecycleState::running);
+}
+
+TEST_F(PipelineTest, AnInitWithoutAPolicyGoesOnWithDefaultsAndOneThatIsNoObjectFails) {
+  const auto answered = [&](const char* body) {
+    pipeline_->controlPlane.sendInit();
+    host_.http.answer("/init", 200, body);
+    host_.dispatch.runUntilIdle();
+    return pipeline_->runState.current();
+  };
+  EXPECT_EQ(answered(R"({"data_collection":{"core":7},"release_id":"r1"})"),
+            model::LifecycleState::running);
+  EXPECT_EQ(pipeline_->transport.releaseId(), "r1");
+  EXPECT_EQ(answered("[]"), model::LifecycleState::recovering);
+  EXPECT_EQ(host_.log.count("[Zarn] Init failed (status 200) — continuing without release_id"), 1);
 }
 
 TEST_F(PipelineTest, AnAnswerUnderWayMeetsAClientThatIsGone) {

@@ -47,7 +47,10 @@ class TestClient {
       : host_(host), client_([&]() -> platform::Host& { return host.services; }) {}
 
   static ConfigurationOptions options() {
-    return {.flushAt = 3, .apiHost = "http://collector.example", .debug = true};
+    return {.autoTrackSessions = false,
+            .flushAt = 3,
+            .apiHost = "http://collector.example",
+            .debug = true};
   }
   core::Client& operator*() { return client_; }
   core::Client* operator->() { return &client_; }
@@ -56,17 +59,23 @@ class TestClient {
     client_.configure(kKey, options());
     return *this;
   }
-  /// Configured, with an init that was answered so.
-  TestClient& run(
-      std::string initAnswer = R"({"data_collection":{},"release_id":"r1","app_id":"a1"})") {
+  /// Configured, with both first requests answered by this policy.
+  TestClient& run(const std::string& policy = "{}") {
     configure();
-    host_.http.answer("/init", 200, std::move(initAnswer));
-    host_.dispatch.runUntilIdle();
+    host_.http.answer("/init", 200,
+                      R"({"release_id":"r1","app_id":"a1","data_collection":)" + policy + "}");
+    answerConfig(policy);
     return *this;
+  }
+  void answerConfig(const std::string& policy = "{}", bool paused = false) {
+    host_.http.answer(
+        "/config", 200,
+        R"({"dataCollection":)" + policy + (paused ? R"(,"paused":true})" : R"(,"paused":false})"));
+    host_.dispatch.runUntilIdle();
   }
   /// The events of the batch that waits for an answer.
   std::vector<Properties> waitingEvents() {
-    const auto body = base::parseJson(host_.http.nextBody());
+    const auto body = base::parseJson(host_.http.bodyOf("/batch"));
     std::vector<Properties> events;
     for (const Value& event : *body->asProperties()->find("batch")->asArray()) {
       events.push_back(*event.asProperties());

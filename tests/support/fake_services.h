@@ -48,6 +48,8 @@ class FakeRandom final : public platform::Random {
 };
 
 class FakeDefaults final : public platform::Defaults {
+  using Stored = std::variant<bool, double, std::string>;
+
  public:
   /// Called once, after the next Boolean has been read.
   std::function<void()> afterRead;
@@ -79,10 +81,16 @@ class FakeDefaults final : public platform::Defaults {
     base::MutexLock lock(mutex_);
     failCommits_ = fail;
   }
-  /// As a process that is killed leaves them: what no commit has saved is gone.
-  void loseUncommitted() {
-    base::MutexLock lock(mutex_);
-    values_ = committed_;
+  /// Makes `other` what the next launch finds when this process is killed now: what no commit has
+  /// saved is not there.
+  void leaveTo(FakeDefaults& other) const {
+    std::map<std::string, Stored> left;
+    {
+      base::MutexLock lock(mutex_);
+      left = committed_;
+    }
+    base::MutexLock lock(other.mutex_);
+    other.values_ = other.committed_ = std::move(left);
   }
   std::size_t size() const {
     base::MutexLock lock(mutex_);
@@ -90,7 +98,6 @@ class FakeDefaults final : public platform::Defaults {
   }
 
  private:
-  using Stored = std::variant<bool, double, std::string>;
   template <typename T>
   std::optional<T> get(std::string_view key) {
     base::MutexLock lock(mutex_);
@@ -111,10 +118,15 @@ class FakeDefaults final : public platform::Defaults {
 
 class FakeSecureStore final : public platform::SecureStore {
  public:
+  /// Called once, before the next secret is read.
+  std::function<void()> beforeRead;
+
   std::optional<std::string> read(std::string_view account) override {
+    if (auto hook = std::exchange(beforeRead, nullptr)) hook();
     base::MutexLock lock(mutex_);
     const auto found = values_.find(std::string(account));
-    return found == values_.end() ? std::nullopt : std::optional(found->second);
+    if (found == values_.end() || found->second.empty()) return std::nullopt;
+    return found->second;
   }
   void write(std::string_view account, std::string_view value) override {
     base::MutexLock lock(mutex_);
@@ -128,6 +140,16 @@ class FakeSecureStore final : public platform::SecureStore {
   void failWrites(bool fail) {
     base::MutexLock lock(mutex_);
     failWrites_ = fail;
+  }
+  /// As for the defaults; here every write lasts.
+  void leaveTo(FakeSecureStore& other) {
+    std::map<std::string, std::string> left;
+    {
+      base::MutexLock lock(mutex_);
+      left = values_;
+    }
+    base::MutexLock lock(other.mutex_);
+    other.values_ = std::move(left);
   }
 
  private:

@@ -11,6 +11,15 @@ std::string joined(const std::vector<std::shared_ptr<const std::string>>& pieces
   return whole;
 }
 
+namespace {
+
+/// Whether the address, without its query, ends so.
+bool isTo(std::string_view path, const std::string& url) {
+  return std::string_view(url).substr(0, url.find('?')).ends_with(path);
+}
+
+}  // namespace
+
 platform::HttpTaskId ScriptedHttp::start(platform::HttpRequest request, base::SerialQueue& queue,
                                          Completion completion) {
   base::MutexLock lock(mutex_);
@@ -42,14 +51,29 @@ std::size_t ScriptedHttp::waitingCount() const {
 
 int ScriptedHttp::countOf(std::string_view path) const {
   base::MutexLock lock(mutex_);
-  return static_cast<int>(std::count_if(urls_.begin(), urls_.end(),
-                                        [&](const auto& url) { return url.ends_with(path); }));
+  return static_cast<int>(
+      std::count_if(urls_.begin(), urls_.end(), [&](const auto& url) { return isTo(path, url); }));
 }
 
 platform::HttpRequest ScriptedHttp::nextRequest() const {
   base::MutexLock lock(mutex_);
   if (waiting_.empty()) throw std::logic_error("no request waits");
   return waiting_.front().request;
+}
+
+std::size_t ScriptedHttp::waitingCount(std::string_view path) const {
+  base::MutexLock lock(mutex_);
+  return static_cast<std::size_t>(
+      std::count_if(waiting_.begin(), waiting_.end(),
+                    [&](const Waiting& waiting) { return isTo(path, waiting.request.url); }));
+}
+
+std::string ScriptedHttp::bodyOf(std::string_view path) const {
+  base::MutexLock lock(mutex_);
+  for (const Waiting& waiting : waiting_) {
+    if (isTo(path, waiting.request.url)) return joined(waiting.request.body);
+  }
+  throw std::logic_error("no request waits for " + std::string(path));
 }
 
 std::string ScriptedHttp::nextUrl() const {
@@ -73,7 +97,7 @@ void ScriptedHttp::failNext(std::string description) {
 void ScriptedHttp::answer(std::string_view path, int status, std::string body) {
   base::MutexLock lock(mutex_);
   const auto found = std::find_if(waiting_.begin(), waiting_.end(), [&](const Waiting& waiting) {
-    return waiting.request.url.ends_with(path);
+    return isTo(path, waiting.request.url);
   });
   if (found == waiting_.end()) throw std::logic_error("no request waits for " + std::string(path));
   finish(found, platform::HttpResponse{status, std::move(body)});

@@ -24,7 +24,10 @@ class ScriptedHttp final : public platform::HttpClient {
 
   /// Requests that have had no answer, oldest first.
   std::size_t waitingCount() const;
-  /// All requests so far whose address ends so.
+  std::size_t waitingCount(std::string_view path) const;
+  /// The body of the oldest one that waits for an answer from a path; there must be one.
+  std::string bodyOf(std::string_view path) const;
+  /// All requests so far whose address, without its query, ends so.
   int countOf(std::string_view path) const;
   /// The oldest one that waits; there must be one.
   std::string nextUrl() const;
