@@ -117,11 +117,11 @@ void SettingsFile::setIfAbsent(std::string_view key, Value value) {
 void SettingsFile::change(std::string_view key, Value value, bool onlyIfAbsent) {
   {
     base::MutexLock lock(mutex_);
-    fresh();
-    Changes one;
+    const Value* current = fresh().find(key);
+    if (current != nullptr ? onlyIfAbsent || *current == value : value.isNull()) return;
     // What a change of ours has removed is absent already, whatever the file says.
     const bool isAddition = onlyIfAbsent && pending_.changes.find(key) == nullptr;
-    if (onlyIfAbsent && values_.find(key) != nullptr) return;
+    Changes one;
     (isAddition ? one.additions : one.changes).set(key, std::move(value));
     one.applyTo(values_);
     pending_.append(one);
