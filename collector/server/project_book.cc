@@ -102,51 +102,72 @@ bool ProjectBook::edit(const std::string& project, std::string_view json, std::s
     error = "the body must be an object like {\"data_collection\": {}, \"paused\": false}";
     return false;
   }
-  ProjectSettings wanted = settings(project);
-  std::string reason = wanted.paused.value_or("");
-  for (const auto& member : std::as_const(body).GetObject()) {
-    error = setMember(wanted, reason, textOf(member.name), member.value);
-    if (!error.empty()) return false;
-  }
-  if (wanted.paused) wanted.paused = reason;
-  return change(project, wanted, {}, error);
+  return change(
+      project,
+      [&](ProjectSettings& wanted) -> std::string {
+        std::string reason = wanted.paused.value_or("");
+        for (const auto& member : std::as_const(body).GetObject()) {
+          std::string wrong = setMember(wanted, reason, textOf(member.name), member.value);
+          if (!wrong.empty()) return wrong;
+        }
+        if (wanted.paused) wanted.paused = reason;
+        return {};
+      },
+      error);
 }
 
 bool ProjectBook::pause(const std::string& project, std::string reason, std::string& error) {
-  ProjectSettings wanted = settings(project);
-  wanted.paused = std::move(reason);
-  return change(project, wanted, {}, error);
+  return change(
+      project,
+      [&](ProjectSettings& wanted) {
+        wanted.paused = std::move(reason);
+        return std::string();
+      },
+      error);
 }
 
 bool ProjectBook::resume(const std::string& project, std::string& error) {
-  ProjectSettings wanted = settings(project);
-  wanted.paused.reset();
-  return change(project, wanted, {}, error);
+  return change(
+      project,
+      [](ProjectSettings& wanted) {
+        wanted.paused.reset();
+        return std::string();
+      },
+      error);
 }
 
 bool ProjectBook::remove(const std::string& project, std::string& error) {
-  return change(project, {}, "removed", error);
+  return change(
+      project,
+      [](ProjectSettings& wanted) {
+        wanted = {};
+        wanted.what = "removed";
+        return std::string();
+      },
+      error);
 }
 
-bool ProjectBook::change(const std::string& project, const ProjectSettings& wanted,
-                         std::string what, std::string& error) {
+bool ProjectBook::change(const std::string& project, const Edit& edit, std::string& error) {
   const Lock lock(mutex_);
   const auto known = histories_.find(project);
   const ProjectSettings before =
       known == histories_.end() ? ProjectSettings() : known->second.back();
-  const bool policyChanged = !samePolicy(before, wanted);
-  const bool pauseChanged = before.paused != wanted.paused;
+  ProjectSettings next = before;
+  next.what.clear();
+  error = edit(next);
+  if (!error.empty()) return false;
+  const bool policyChanged = !samePolicy(before, next);
+  const bool pauseChanged = before.paused != next.paused;
   if (!policyChanged && !pauseChanged) return true;
   if (known == histories_.end() && histories_.size() >= kMostProjects) {
     error = "there are too many projects";
     return false;
   }
-  ProjectSettings next = wanted;
   next.revision = lastRevision_ + 1;
   next.policyRevision = policyChanged ? next.revision : before.policyRevision;
   next.pauseRevision = pauseChanged ? next.revision : before.pauseRevision;
   next.changedMs = nowMs();
-  next.what = what.empty() ? wordFor(before, next) : std::move(what);
+  if (next.what.empty()) next.what = wordFor(before, next);
   if (!store_.addChange(project, next)) {
     error = "the change could not be kept";
     return false;

@@ -2,6 +2,7 @@
 // had decided before. Kept in the store. Thread-safe.
 #pragma once
 
+#include <functional>
 #include <map>
 #include <mutex>
 #include <string>
@@ -38,8 +39,9 @@ class ProjectBook {
   bool remove(const std::string& project, std::string& error);
 
  private:
-  bool change(const std::string& project, const ProjectSettings& wanted, std::string what,
-              std::string& error);
+  /// Makes its change to the newest settings; the answer is what is wrong, or nothing.
+  using Edit = std::function<std::string(ProjectSettings&)>;
+  bool change(const std::string& project, const Edit& edit, std::string& error);
 
   Store& store_;
   mutable std::mutex mutex_;
