@@ -4,6 +4,7 @@
 #include <initializer_list>
 
 #include "server/object_check.h"
+#include "server/time_text.h"
 
 namespace zarn::collector {
 namespace {
@@ -114,10 +115,28 @@ bool isHash(std::string_view text) {
   return text.size() == 64 && text.find_first_not_of("0123456789abcdef") == std::string_view::npos;
 }
 
+// "2026-01-31T09:30:00Z", with or without a fraction of a second.
+bool isTime(std::string text) {
+  const std::size_t fraction = text.find('.');
+  if (fraction != std::string::npos) {
+    const std::size_t end = text.find_first_not_of("0123456789", fraction + 1);
+    if (end == fraction + 1 || end == std::string::npos) return false;
+    text.erase(fraction, end - fraction);
+  }
+  return parseWireTime(text).has_value();
+}
+
+void checkTime(ObjectCheck& check, std::string_view key) {
+  if (check.find(key) != nullptr && !isTime(check.text(key))) {
+    check.problem(key, "is no time in UTC: " + quoted(check.text(key)));
+  }
+}
+
 void checkDevice(const rapidjson::Value& device, std::vector<std::string>& problems) {
   ObjectCheck check(device, "context.device.", kDevice, problems);
   checkWord(check, "orientation", {"portrait", "landscape"});
   checkWord(check, "device_class", {"low", "medium", "high"});
+  checkTime(check, "boot_time");
   checkNotNegative(check, {"screen_width_px", "screen_height_px", "screen_density"});
   if (check.find("device_hash") != nullptr && !isHash(check.text("device_hash"))) {
     check.problem("device_hash", "must be 64 lower-case hexadecimal digits");
@@ -154,7 +173,10 @@ void checkEnrichedContext(const rapidjson::Value& context, std::vector<std::stri
     checkTexts(check, "languages");
   }
   if (const rapidjson::Value* hardware = parts.find("hardware")) checkHardware(*hardware, problems);
-  plain("app", kApp);
+  if (const rapidjson::Value* app = parts.find("app")) {
+    ObjectCheck check(*app, "context.app.", kApp, problems);
+    checkTime(check, "start_time");
+  }
   plain("culture", kCulture);
 }
 

@@ -42,7 +42,12 @@ function newest(context: unknown): HTMLElement {
           'dl',
           { class: 'facts' },
           ...[...flat(values)].map(([key, text]) =>
-            h('div', { class: 'fact' }, h('dt', {}, key), h('dd', { class: 'mono' }, text)),
+            h(
+              'div',
+              { class: 'fact' },
+              h('dt', {}, key),
+              h('dd', { class: text === '' ? 'none' : 'mono' }, text === '' ? 'empty' : text),
+            ),
           ),
         ),
       ),
