@@ -50,9 +50,11 @@ void stopAll() {
 
 ExitRegistry* makeExitRegistry() {
   base::watchForks();
-  // Handlers run newest first: OpenSSL's, which this registers, must be older than ours.
-  // Asked for nothing, OpenSSL would initialise nothing.
-  OPENSSL_init_crypto(OPENSSL_INIT_LOAD_CRYPTO_STRINGS, nullptr);
+  // OpenSSL keeps its state to the end: it would take locks to free it, and in a forked child they
+  // may be held by threads that are not there. Where the host has initialised it before, its
+  // handler is there, and older than ours: handlers run newest first. Asked for nothing else,
+  // OpenSSL would initialise nothing.
+  OPENSSL_init_crypto(OPENSSL_INIT_LOAD_CRYPTO_STRINGS | OPENSSL_INIT_NO_ATEXIT, nullptr);
   std::atexit(stopAll);
   return new ExitRegistry;  // never destroyed: registered to as late as in static destructors
 }

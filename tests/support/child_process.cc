@@ -9,7 +9,10 @@
 
 #include <algorithm>
 #include <csignal>
+#include <filesystem>
+#include <fstream>
 #include <ostream>
+#include <sstream>
 #include <stdexcept>
 
 namespace zarn::testing {
@@ -44,6 +47,30 @@ std::vector<char*> pointersTo(std::vector<std::string>& words) {
   if (capturesErrors) dup2(output, STDERR_FILENO);
   if (!*directory || chdir(directory) == 0) execve(arguments[0], arguments, environment);
   _exit(127);
+}
+
+std::string firstLineOf(const std::filesystem::path& path) {
+  std::ifstream file(path);
+  std::string line;
+  std::getline(file, line);
+  return line;
+}
+
+/// Where the threads of a process, and of its children, are in the kernel: for a report on one that
+/// hangs.
+std::string whereabouts(pid_t pid, int depth = 0) {
+  std::string text;
+  std::error_code ignored;
+  const auto tasks = std::filesystem::path("/proc") / std::to_string(pid) / "task";
+  for (const auto& task : std::filesystem::directory_iterator(tasks, ignored)) {
+    text += std::string(static_cast<std::size_t>(2 * depth), ' ') +
+            firstLineOf(task.path() / "comm") + " " + task.path().filename().string() + ": " +
+            firstLineOf(task.path() / "wchan") + ", system call " +
+            firstLineOf(task.path() / "syscall") + "\n";
+    std::istringstream children(firstLineOf(task.path() / "children"));
+    for (pid_t child = 0; depth < 2 && children >> child;) text += whereabouts(child, depth + 1);
+  }
+  return text;
 }
 
 }  // namespace
@@ -128,6 +155,7 @@ ChildEnd ChildProcess::wait(std::chrono::milliseconds patience) {
   ChildEnd end;
   if (waitpid(pid_, &status, WNOHANG) == 0) {
     end.timedOut = true;
+    output_ += whereabouts(pid_);
     ::kill(pid_, SIGKILL);
     waitpid(pid_, &status, 0);
   }

@@ -52,7 +52,8 @@ class ChildProcess {
   /// none comes in time.
   std::optional<std::string> readLine(std::chrono::milliseconds patience);
   void signal(int number);
-  /// Waits for its end; when it has not come in time, kills it. May be repeated.
+  /// Waits for its end; when it has not come in time, notes in its output where it hangs and kills
+  /// it. May be repeated.
   ChildEnd wait(std::chrono::milliseconds patience);
 
   /// What it has written and no readLine took; whole once wait has returned.

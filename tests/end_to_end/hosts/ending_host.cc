@@ -26,6 +26,16 @@ struct TracksAtTheEnd {
   }
 } atTheEnd;
 
+[[noreturn]] void endForkedChild(int code) {
+#if defined(__has_feature)
+#if __has_feature(address_sanitizer)
+  // The sanitizer's allocator may have been locked by another thread at the fork, and exit frees.
+  _exit(code);
+#endif
+#endif
+  std::exit(code);
+}
+
 /// In the child every call must do nothing and return; the parent goes on.
 int forks(bool executes) {
   const pid_t child = fork();
@@ -36,7 +46,7 @@ int forks(bool executes) {
     Zarn::flush();
     if (Zarn::flush(5)) _exit(3);
     if (executes) execl("/bin/true", "true", static_cast<char*>(nullptr));
-    std::exit(executes ? 4 : 0);
+    endForkedChild(executes ? 4 : 0);
   }
   int status = 0;
   waitpid(child, &status, 0);
