@@ -112,6 +112,46 @@ void record(const std::string& name, const char* plan) {
   [[maybe_unused]] const bool sent = Zarn::flush(2) && Zarn::flush(0.5);
 }
 
+void businessEvents(const std::optional<std::string>& reason) {
+  Zarn::trackPurchase({.amount = 9.99,
+                       .currency = "EUR",
+                       .productId = "p1",
+                       .productName = "kettle",
+                       .quantity = 2,
+                       .properties = {{"coupon", "X"}}});
+  Zarn::trackPurchase({9.99, "EUR"});
+  Zarn::trackSubscriptionStart({.plan = "pro",
+                                .amount = 5,
+                                .currency = "NOK",
+                                .interval = zarn::SubscriptionInterval::year});
+  Zarn::trackTrialStart({.plan = "pro", .days = 14});
+  Zarn::trackCancel({.plan = "pro", .reason = reason});
+  Zarn::trackUpgrade({.fromPlan = "free", .toPlan = "pro"});
+  Zarn::trackSignup({.method = "mail", .plan = "free"});
+  Zarn::trackSignup({});
+  Zarn::trackActivation({.event = "first import"});
+  Zarn::trackActivation();
+  Zarn::trackShare({.channel = "mail", .contentId = "c1"});
+  Zarn::trackInvite({.channel = "mail", .recipientCount = 3});
+  Zarn::markGoal("first_order");
+  Zarn::markGoal("first_order",
+                 {.value = 59.9, .currency = "EUR", .properties = {{"coupon", "X"}}});
+}
+
+void theUser(zarn::Text key) {
+  Zarn::setUserProperty(zarn::StandardProperty::plan, "pro");
+  Zarn::setUserProperty("seats", 3);
+  Zarn::setUserProperty(key, nullptr);
+  Zarn::setUserProperties({{"plan", "pro"}, {"seats", 3}});
+  Zarn::setExperimentVariant("checkout", "short");
+  Zarn::optOut();
+  Zarn::optIn();
+  Zarn::reset();
+  const zarn::ZarnDiagnostics now = Zarn::diagnostics();
+  if (now.paused && now.queue.retryTier == "cooldown") Zarn::track(now.toJson());
+  Zarn::track(zarn::rawValue(zarn::pack(zarn::StandardProperty::plan)));
+}
+
 void everyValue(const shop::Order& order, std::string moved) {
   using namespace std::chrono;
   const std::string_view view = "view";
@@ -176,6 +216,8 @@ void useAll(const shop::Order& order) {
   start();
   everyOption();
   record("name", "pro");
+  businessEvents(std::nullopt);
+  theUser("key");
   everyValue(order, "text");
   buildProperties({{"a", 1}});
 }
