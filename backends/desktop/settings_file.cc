@@ -118,7 +118,10 @@ void SettingsFile::change(std::string_view key, Value value, bool onlyIfAbsent) 
   {
     base::MutexLock lock(mutex_);
     const Value* current = fresh().find(key);
-    if (current != nullptr ? onlyIfAbsent || *current == value : value.isNull()) return;
+    // While the file can't be read, nobody knows that it holds the value already.
+    const bool isKnown = seen_ == counter_.value();
+    const bool isSame = current != nullptr ? onlyIfAbsent || *current == value : value.isNull();
+    if (isKnown && isSame) return;
     // What a change of ours has removed is absent already, whatever the file says.
     const bool isAddition = onlyIfAbsent && pending_.changes.find(key) == nullptr;
     Changes one;

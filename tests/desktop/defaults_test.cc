@@ -150,6 +150,14 @@ TEST_F(DefaultsTest, AFileThatCantBeReadNowIsNotTakenForAnEmptyOne) {
   EXPECT_TRUE(other->flush(base::seconds(1)));
   EXPECT_EQ(defaults->getBool("zarn_opt_out"), true);
   EXPECT_EQ(file(), R"({"zarn_opt_out":true,"of":{"later":["version"]},"key":"value"})");
+
+  other->remove("zarn_opt_out");
+  EXPECT_TRUE(other->flush(base::seconds(1)));
+  files_.failReads = true;
+  defaults->set("zarn_opt_out", true);  // which it still believes to be so
+  files_.failReads = false;
+  EXPECT_TRUE(defaults->flush(base::seconds(1)));
+  EXPECT_EQ(other->getBool("zarn_opt_out"), true);
 }
 
 TEST_F(DefaultsTest, AFileThatCantBeReadNowIsNotOpenedByEveryCall) {
