@@ -21,7 +21,7 @@ class ProjectApi {
         feed_(feed),
         queries_(store.file()),
         installations_(store.file()),
-        requests_(store.file()) {}
+        requests_(store) {}
 
   Reply policyKeys(const Request& request);
   Reply projects(const Request& request);

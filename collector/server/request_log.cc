@@ -35,8 +35,9 @@ Queries::Result RequestLog::list(const Page& page, std::string& error) {
   if (!lease) return std::nullopt;
   Where where;
   where.addPage(page, "id");
-  Statement query(*lease, "SELECT id, received_ms, refusal, head, body FROM requests" +
-                              where.sql() + orderSql(page, "id"));
+  Statement query(*lease,
+                  "SELECT id, received_ms, refusal, head, body_at, body_bytes FROM requests" +
+                      where.sql() + orderSql(page, "id"));
   where.bindTo(query, 1);
   JsonOut out;
   out.object().key("requests").array();
@@ -45,12 +46,13 @@ Queries::Result RequestLog::list(const Page& page, std::string& error) {
     last = row.number(0);
     out.object().field("id", last);
     writeTime(out, "received_at", row, 1);
-    const std::string_view body = row.text(4);
+    std::string body;
+    const bool isHere = bodies_.read(row.number(4), row.number(5), body);
     out.optional("refused", row.text(2))
         .field("head", isUtf8(row.text(3)) ? row.text(3) : std::string_view())
-        .field("bytes", body.size())
+        .field("bytes", row.number(5))
         .key("body");
-    isUtf8(body) ? out.value(body) : out.null();
+    isHere&& isUtf8(body) ? out.value(std::string_view(body)) : out.null();
     out.end();
     ++shown;
   });
@@ -65,11 +67,17 @@ Queries::Result RequestLog::raw(const Page& page, std::string& error) {
   if (!lease) return std::nullopt;
   Where where;
   where.addPage(page, "id");
-  Statement query(*lease, "SELECT head, body FROM requests" + where.sql() + orderSql(page, "id"));
+  Statement query(*lease, "SELECT head, body_at, body_bytes FROM requests" + where.sql() +
+                              orderSql(page, "id"));
   where.bindTo(query, 1);
   std::string all;
   while (query.step()) {
-    all.append(query.text(0)).append("\r\n").append(query.text(1)).append("\r\n");
+    all.append(query.text(0)).append("\r\n");
+    if (!bodies_.read(query.number(1), query.number(2), all)) {
+      error = "a body could not be read";
+      return std::nullopt;
+    }
+    all.append("\r\n");
     if (static_cast<std::int64_t>(all.size()) > kMostRawBytes) {
       error = "more than 512 MiB: ask for less with since and limit";
       return std::nullopt;

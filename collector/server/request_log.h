@@ -7,6 +7,7 @@
 #include "server/connections.h"
 #include "server/queries.h"
 #include "server/request.h"
+#include "server/store.h"
 
 namespace zarn::collector {
 
@@ -14,7 +15,7 @@ class RequestLog {
  public:
   static constexpr std::int64_t kMostRawBytes = 512LL << 20;  // in one answer
 
-  explicit RequestLog(std::string file) : connections_(std::move(file)) {}
+  explicit RequestLog(const Store& store) : connections_(store.file()), bodies_(store.bodies()) {}
 
   /// {"requests": [...], "next": ...}; a body that is no UTF-8 is null here.
   Queries::Result list(const Page& page, std::string& error);
@@ -24,6 +25,7 @@ class RequestLog {
 
  private:
   Connections connections_;
+  const BodyFile& bodies_;
 };
 
 /// The head as text: "POST /api/sdk/batch HTTP/1.1\r\nHost: ...\r\n".

@@ -89,7 +89,8 @@ CREATE TABLE IF NOT EXISTS requests(
   received_ms INTEGER NOT NULL,
   refusal TEXT NOT NULL,
   head TEXT NOT NULL,
-  body TEXT NOT NULL
+  body_at INTEGER NOT NULL,
+  body_bytes INTEGER NOT NULL
 );
 CREATE TABLE IF NOT EXISTS changes(
   revision INTEGER PRIMARY KEY,

@@ -53,6 +53,11 @@ std::unique_ptr<Store> Store::open(const std::string& directory, std::string& er
     error = "another collector uses it";
     return nullptr;
   }
+  store->bodies_ = std::make_unique<BodyFile>(directory + "/bodies");
+  if (!store->bodies_->isOpen()) {
+    error = "it cannot be written to";
+    return nullptr;
+  }
   store->file_ = directory + "/collector.db";
   store->database_ = Database::open(store->file_, Database::Mode::write, error);
   if (!store->database_ || !store->prepare(error)) return nullptr;
@@ -222,6 +227,7 @@ bool Store::reset() {
     database_->run("ROLLBACK");
     return false;
   }
+  bodies_->clear();
   nextBatch_ = nextSeq_ = 1;
   tally_ = Tally();
   ids_.clear();

@@ -13,6 +13,7 @@
 #include <utility>
 #include <vector>
 
+#include "server/body_file.h"
 #include "server/database.h"
 #include "server/id_index.h"
 #include "server/records.h"
@@ -55,6 +56,7 @@ class Store {
   void stop();
 
   const std::string& file() const { return file_; }
+  const BodyFile& bodies() const { return *bodies_; }
 
  private:
   struct Statements;
@@ -72,6 +74,7 @@ class Store {
   // Constant after construction.
   std::string file_;
   int lockFile_ = -1;
+  std::unique_ptr<BodyFile> bodies_;  // appended to under mutex_
 
   mutable std::mutex mutex_;
   mutable std::condition_variable grown_;

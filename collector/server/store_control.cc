@@ -55,8 +55,11 @@ bool Store::noteContext(const BatchRecord& batch) {
 bool Store::addRequest(std::int64_t receivedMs, std::string_view refusal, std::string_view head,
                        std::string_view body) {
   const Lock lock(mutex_);
+  const auto at = bodies_->append(body);
+  if (!at) return false;
   Statement& add = statements_->addRequest;
-  return add.bind(1, receivedMs).bind(2, refusal).bind(3, head).bind(4, body).run();
+  add.bind(1, receivedMs).bind(2, refusal).bind(3, head);
+  return add.bind(4, *at).bind(5, static_cast<std::int64_t>(body.size())).run();
 }
 
 bool Store::addExchange(ExchangeRecord& exchange) {

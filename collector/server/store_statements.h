@@ -45,7 +45,8 @@ struct Store::Statements {
         keepContext(database,
                     "UPDATE contexts SET last_ms = ?, batches = batches + 1 WHERE id = ?"),
         addRequest(database,
-                   "INSERT INTO requests(received_ms, refusal, head, body) VALUES(?,?,?,?)"),
+                   "INSERT INTO requests(received_ms, refusal, head, body_at, body_bytes)"
+                   " VALUES(?,?,?,?,?)"),
         addChange(database,
                   "INSERT INTO changes(revision, changed_ms, project, policy_revision,"
                   " pause_revision, policy, paused, release_id, app_id, what)"

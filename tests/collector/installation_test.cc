@@ -71,10 +71,14 @@ TEST(Requests, AreKeptAsTheyCame) {
   collector.request("DELETE", "/api/sdk/init", "wrong method");
   collector.request("POST", "/api/sdk/init", std::string(2 << 20, 'x'));
   collector.request("POST", "/api/collector/pause", R"({"reason":"own"})");
+  collector.kill();
+  collector.start();
+  collector.request("POST", "/api/sdk/batch", "after the kill");
   const std::string raw = collector.getJson("/api/collector/requests/raw");
   for (const std::string part :
        {"POST /api/sdk/batch?a=%41 HTTP/1.1\r\n", "X-Odd: value one\r\n", "{\"batch\":[1, 2]}\r\n",
-        "told to nobody\r\n", "DELETE /api/sdk/init HTTP/1.1\r\n", "wrong method"}) {
+        "told to nobody\r\n", "DELETE /api/sdk/init HTTP/1.1\r\n", "wrong method",
+        "after the kill"}) {
     EXPECT_TRUE(has(raw, part)) << part << "\n" << raw;
   }
   EXPECT_TRUE(has(raw, binary));
