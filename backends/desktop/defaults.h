@@ -16,6 +16,7 @@ class FileDefaults final : public platform::Defaults {
   std::optional<bool> getBool(std::string_view key) override;
   std::optional<double> getDouble(std::string_view key) override;
   std::optional<std::string> getString(std::string_view key) override;
+  bool mayHold(std::string_view key) override { return file_.mayHold(key); }
   using Defaults::set;
   void set(std::string_view key, bool value) override { file_.set(key, value); }
   void set(std::string_view key, double value) override { file_.set(key, value); }

@@ -16,6 +16,10 @@ platform::AppFacts completed(platform::AppFacts app, const std::string& root,
   return app;
 }
 
+platform::Storage storageOf(const std::optional<std::string>& home) {
+  return home ? readStorage(*home) : platform::Storage();
+}
+
 }  // namespace
 
 LinuxDevice::LinuxDevice(platform::AppFacts app, platform::Environment& environment,
@@ -25,10 +29,10 @@ LinuxDevice::LinuxDevice(platform::AppFacts app, platform::Environment& environm
       app_(completed(std::move(app), root_, device_.bootTime)),
       locale_(readLocaleFacts(environment, root_)),
       battery_(clock, reader, [this] { return readBattery(root_); }),
-      storage_(clock, reader,
-               [home = environment.variable("HOME")] {
-                 return home ? readStorage(*home) : platform::Storage();
-               }),
+      // Known from the start, since the device's fingerprint tells its size.
+      storage_(
+          clock, reader, [home = environment.variable("HOME")] { return storageOf(home); },
+          storageOf(environment.variable("HOME"))),
       thermalState_(clock, reader, [this] { return readThermalState(root_); }) {}
 
 std::optional<std::uint64_t> LinuxDevice::freeMemory() {

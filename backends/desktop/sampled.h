@@ -20,10 +20,11 @@ template <typename T>
 class Sampled {
  public:
   /// `read` runs on `queue`; both and the clock must outlive this object.
-  Sampled(const platform::Clock& clock, base::SerialQueue& queue, std::function<T()> read)
-      : clock_(clock), queue_(queue), read_(std::move(read)) {}
+  Sampled(const platform::Clock& clock, base::SerialQueue& queue, std::function<T()> read,
+          T first = {})
+      : clock_(clock), queue_(queue), read_(std::move(read)), value_(std::move(first)) {}
 
-  /// `T()` before the first reading.
+  /// `first` before the first reading.
   T latest() {
     const auto now = clock_.monotonic().count();
     auto due = nextRead_.load(std::memory_order_relaxed);
@@ -48,7 +49,7 @@ class Sampled {
 
   std::atomic<base::Duration::rep> nextRead_{0};  // on the monotonic clock
   base::Mutex mutex_{base::LockRank::leaf};
-  T value_ ZARN_GUARDED_BY(mutex_){};
+  T value_ ZARN_GUARDED_BY(mutex_);
   base::Scope scope_;
 };
 

@@ -106,6 +106,14 @@ std::optional<Properties> SettingsFile::readFile() {
   return Properties();
 }
 
+bool SettingsFile::mayHold(std::string_view key) {
+  base::MutexLock lock(mutex_);
+  if (fresh().find(key) != nullptr) return true;
+  const bool isRemoved =
+      pending_.changes.find(key) != nullptr || merging_.changes.find(key) != nullptr;
+  return !seen_ && !isRemoved;
+}
+
 void SettingsFile::set(std::string_view key, Value value) {
   change(key, std::move(value), false);
 }

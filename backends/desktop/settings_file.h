@@ -51,6 +51,10 @@ class SettingsFile {
     return value != nullptr ? look(*value) : decltype(look(*value))();
   }
 
+  /// Whether there is a value under the key, of whatever kind; true as well while nobody can tell,
+  /// because there is a file that has not been readable so far.
+  bool mayHold(std::string_view key);
+
   /// A null takes the key away.
   void set(std::string_view key, Value value);
   /// Of several processes that do so, one has its way; which one is certain after a commit.

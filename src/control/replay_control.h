@@ -26,7 +26,7 @@ class ReplayControl {
   virtual void clearServerPause() = 0;
   /// The user allows tracking again.
   virtual void privacyBoundaryLifted() = 0;
-  /// Ends the recording and begins anew for another user.
+  /// Ends the recording; what comes after the next `proceed` is another user's.
   virtual void endAndRotate() = 0;
 
   /// Whether the system is recent enough to record on.

@@ -3,9 +3,14 @@
 #include <utility>
 
 #include "control/replay_control.h"
+#include "platform/defaults.h"
 
 namespace zarn::control {
 namespace {
+
+/// Set from the moment when everything is to be purged until it is: the policy's file is written a
+/// little later, and the process may be gone by then.
+constexpr const char* kPurgePendingKey = "zarn_replay_purge_pending";
 
 using Policy = std::optional<model::ReplayRemotePolicy>;
 
@@ -21,13 +26,13 @@ std::string word(bool value) {
 }  // namespace
 
 ReplayPolicyKeeper::ReplayPolicyKeeper(ReplayPolicyAdmissionCoordinator& admission,
-                                       ReplayControl& replay, base::SerialQueue& queue,
-                                       std::function<ServerPauses::Token()> pauses,
-                                       platform::Log log)
+                                       ReplayControl& replay, platform::Defaults& defaults,
+                                       base::SerialQueue& queue, Now now, platform::Log log)
     : admission_(admission),
       replay_(replay),
+      defaults_(defaults),
       queue_(queue),
-      pauses_(std::move(pauses)),
+      now_(std::move(now)),
       log_(log) {}
 
 void ReplayPolicyKeeper::apply(const Policy& policy, const PolicyAnswer& answer) {
@@ -36,10 +41,16 @@ void ReplayPolicyKeeper::apply(const Policy& policy, const PolicyAnswer& answer)
     base::MutexLock lock(replayBootstrapLock_);
     enabledByProject_ = policy && policy->enabled;
   }
-  // More masking holds at once, less only under a policy that was admitted.
-  if (!policy || policy->maskInputs) replay_.setMaskInputs(true);
+  // Less holds at once, more only under a policy that was admitted.
+  if (!policy || policy->maskInputs) {
+    noteRestriction();
+    replay_.setMaskInputs(true);
+  }
   if (!ifEnabled(policy)) log_.debug({"[Zarn] Remote config: replay disabled"});
-  if (answer.paused || !ifEnabled(policy)) replay_.stop();
+  if (answer.paused || !ifEnabled(policy)) {
+    noteRestriction();
+    replay_.stop();
+  }
   if (answer.paused) return;
   queue_.async(base::weakly(scope_, [this, policy, trust = admission_.trust(),
                                      pauses = answer.pauses] { admit(policy, trust, pauses); }));
@@ -54,21 +65,22 @@ void ReplayPolicyKeeper::admit(const Policy& policy, Trust::Token trust,
   if (!persisted) {
     log_.debug({"[Zarn] Replay policy persistence failed — remaining fail-closed"});
     replay_.stop();
+    replay_.setMaskInputs(true);
   }
   const Policy outcome = persisted ? policy : std::nullopt;
   remember(outcome, trust);
-  if (ifEnabled(outcome) && pauses == pauses_()) replay_.clearServerPause();
+  if (ifEnabled(outcome) && pauses == now_.pauses()) replay_.clearServerPause();
   if (verdict == Verdict::boundaryRequired) {
     if (auto revision = admission_.pendingRevision()) return crossBoundary(std::move(*revision));
   }
-  reconcile();
+  reconcileNow();
 }
 
 void ReplayPolicyKeeper::remember(const Policy& outcome, Trust::Token trust) {
+  if (trust != admission_.trust()) return;
   bool changed = false;
   {
     base::MutexLock lock(replayBootstrapLock_);
-    if (trust != admission_.trust()) return;
     changed = std::exchange(resolvedReplayPolicy_, ifEnabled(outcome)) != resolvedReplayPolicy_;
     if (changed) attemptedReplayPolicy_.reset();
   }
@@ -79,16 +91,36 @@ void ReplayPolicyKeeper::remember(const Policy& outcome, Trust::Token trust) {
 }
 
 void ReplayPolicyKeeper::reconcile() {
-  if (!admission_.isAuthorized()) return;
+  queue_.async(base::weakly(scope_, [this] { reconcileNow(); }));
+}
+
+void ReplayPolicyKeeper::reconcileNow() {
   Policy policy;
+  std::optional<Restrictions::Token> before;
   {
     base::MutexLock lock(replayBootstrapLock_);
+    before = restrictions_.current();
     policy = resolvedReplayPolicy_;
+  }
+  if (!policy || !admission_.isAuthorized() || !now_.mayRecord()) return;
+  {
+    base::MutexLock lock(replayBootstrapLock_);
     attemptedReplayPolicy_ = policy;
   }
-  if (!policy) return;
   replay_.setMaskInputs(policy->maskInputs);
   replay_.proceed(*policy);
+  {
+    base::MutexLock lock(replayBootstrapLock_);
+    if (before == restrictions_.current()) return;
+  }
+  // A restriction came in between, and what was just begun may have come after it.
+  replay_.setMaskInputs(true);
+  if (admission_.isAuthorized()) {
+    replay_.stop();
+    reconcile();
+  } else {
+    replay_.discard();
+  }
 }
 
 void ReplayPolicyKeeper::sessionStarted() {
@@ -99,48 +131,76 @@ void ReplayPolicyKeeper::sessionStarted() {
   reconcile();
 }
 
+void ReplayPolicyKeeper::noteRestriction() {
+  base::MutexLock lock(replayBootstrapLock_);
+  restrictions_.bump();
+}
+
 void ReplayPolicyKeeper::revokeTrust() {
   admission_.revoke();
   base::MutexLock lock(replayBootstrapLock_);
+  restrictions_.bump();
   attemptedReplayPolicy_.reset();
 }
 
 void ReplayPolicyKeeper::pausedByServer() {
   revokeTrust();
+  replay_.stop();
   queue_.async(base::weakly(scope_, [this] {
     if (auto revision = admission_.requireBoundary()) crossBoundary(std::move(*revision));
   }));
 }
 
-void ReplayPolicyKeeper::discardEverything() {
+void ReplayPolicyKeeper::optedOut() {
+  discardEverything([] {});
+}
+
+void ReplayPolicyKeeper::identityWasReset() {
+  // The server's policy is for the project, not for a user: it is admitted anew.
+  discardEverything([this] { admit(resolvedPolicy(), admission_.trust(), now_.pauses()); });
+}
+
+void ReplayPolicyKeeper::discardEverything(base::Closure afterwards) {
+  defaults_.set(kPurgePendingKey, true);
   revokeTrust();
   replay_.discard();
-  queue_.async(base::weakly(scope_, [this] { purgeGlobally(); }));
+  queue_.async(base::weakly(
+      scope_, [this, trust = admission_.trust(), afterwards = std::move(afterwards)]() mutable {
+        purgeGlobally(trust, std::move(afterwards));
+      }));
 }
 
 void ReplayPolicyKeeper::finishPendingBoundary() {
   queue_.async(base::weakly(scope_, [this] {
-    if (admission_.hasPendingAdmission()) purgeGlobally();
+    const bool isPending = defaults_.getBool(kPurgePendingKey).value_or(false);
+    if (isPending || admission_.hasPendingAdmission()) purgeGlobally(admission_.trust(), [] {});
   }));
 }
 
 void ReplayPolicyKeeper::crossBoundary(std::string revision) {
+  replay_.discard();
   replay_.purge(base::weakly(scope_, [this, revision = std::move(revision)](bool purged) mutable {
     if (!purged) return;  // the boundary stays pending
     queue_.async(base::weakly(scope_, [this, revision = std::move(revision)] {
       admission_.completeBoundary(revision);
-      reconcile();
+      reconcileNow();
     }));
   }));
 }
 
-void ReplayPolicyKeeper::purgeGlobally() {
+void ReplayPolicyKeeper::purgeGlobally(Trust::Token trust, base::Closure afterwards) {
   auto revision = admission_.beginGlobalPurge();
   // What can't be noted is purged all the same.
-  replay_.purge(base::weakly(scope_, [this, revision = std::move(revision)](bool purged) mutable {
+  replay_.purge(base::weakly(scope_, [this, revision = std::move(revision), trust,
+                                      afterwards = std::move(afterwards)](bool purged) mutable {
     if (!purged || !revision) return;
     queue_.async(base::weakly(
-        scope_, [this, done = std::move(*revision)] { admission_.finishGlobalPurge(done); }));
+        scope_, [this, done = std::move(*revision), trust, then = std::move(afterwards)]() mutable {
+          if (!admission_.finishGlobalPurge(done)) return;
+          if (trust != admission_.trust()) return;  // another boundary has a purge of its own
+          defaults_.remove(kPurgePendingKey);
+          then();
+        }));
   }));
 }
 

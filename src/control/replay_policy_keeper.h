@@ -7,6 +7,8 @@
 #include <optional>
 #include <string>
 
+#include "base/closure.h"
+#include "base/generation.h"
 #include "base/mutex.h"
 #include "base/serial_queue.h"
 #include "base/weakly.h"
@@ -16,6 +18,10 @@
 #include "model/replay_policy.h"
 #include "platform/log.h"
 
+namespace zarn::platform {
+class Defaults;
+}
+
 namespace zarn::control {
 
 class ReplayControl;
@@ -23,9 +29,15 @@ class ReplayControl;
 /// Any thread; nothing waits.
 class ReplayPolicyKeeper {
  public:
-  /// `queue` runs what waits for the disk. `pauses` tells the pauses so far.
+  /// What holds now, asked on any thread.
+  struct Now {
+    std::function<ServerPauses::Token()> pauses;
+    std::function<bool()> mayRecord;  // neither paused nor opted out
+  };
+
+  /// `queue` runs what waits for the disk.
   ReplayPolicyKeeper(ReplayPolicyAdmissionCoordinator& admission, ReplayControl& replay,
-                     base::SerialQueue& queue, std::function<ServerPauses::Token()> pauses,
+                     platform::Defaults& defaults, base::SerialQueue& queue, Now now,
                      platform::Log log);
 
   /// A policy, or none, that came with an answer.
@@ -38,7 +50,9 @@ class ReplayPolicyKeeper {
   void finishPendingBoundary();
   void pausedByServer();
   /// What was captured is deleted, and no policy is trusted before a new one has come.
-  void discardEverything();
+  void optedOut();
+  /// What was captured is deleted; then the policy in force is admitted for the next user.
+  void identityWasReset();
 
   std::optional<model::ReplayRemotePolicy> resolvedPolicy() const;
   /// The project's switch as last heard, whether it could be trusted or not.
@@ -51,22 +65,31 @@ class ReplayPolicyKeeper {
   void admit(const std::optional<model::ReplayRemotePolicy>& policy, Trust::Token trust,
              ServerPauses::Token pauses);
   void remember(const std::optional<model::ReplayRemotePolicy>& outcome, Trust::Token trust);
+  void reconcileNow();
+  void noteRestriction();
   void revokeTrust();
+  void discardEverything(base::Closure afterwards);
   void crossBoundary(std::string revision);
-  void purgeGlobally();
+  void purgeGlobally(Trust::Token trust, base::Closure afterwards);
 
   // Constant after construction.
   ReplayPolicyAdmissionCoordinator& admission_;
   ReplayControl& replay_;
+  platform::Defaults& defaults_;
   base::SerialQueue& queue_;
-  const std::function<ServerPauses::Token()> pauses_;
+  const Now now_;
   const platform::Log log_;
+
+  /// What takes something away from replay, at once and on any thread, counted: what is granted on
+  /// the queue meanwhile is taken back.
+  using Restrictions = base::Generation<ReplayPolicyKeeper>;
 
   mutable base::Mutex replayBootstrapLock_{base::LockRank::leaf};
   std::optional<model::ReplayRemotePolicy> resolvedReplayPolicy_
       ZARN_GUARDED_BY(replayBootstrapLock_);
   std::optional<model::ReplayRemotePolicy> attemptedReplayPolicy_
       ZARN_GUARDED_BY(replayBootstrapLock_);
+  Restrictions restrictions_ ZARN_GUARDED_BY(replayBootstrapLock_);
   std::optional<bool> enabledByProject_ ZARN_GUARDED_BY(replayBootstrapLock_);
   base::Scope scope_;
 };

@@ -16,6 +16,9 @@ namespace {
 
 using model::EventType;
 
+/// An id goes with every event and into a file that is read on hosts' threads.
+constexpr std::size_t kLongestUserId = 1024;  // bytes
+
 platform::Log logFor(platform::Host& host, const model::Configuration& configuration) {
   return {host.log, configuration.options.debug};
 }
@@ -84,13 +87,20 @@ void Client::identify(std::string_view userId, const Properties& traits) {
     running->log.debug({"[Zarn] identify() called with empty userId — ignored."});
     return;
   }
-  Properties properties{{"user_id", id}};
-  for (const auto& [key, value] :
-       running->identity.identify(id, traits, running->remoteConfig.get())) {
-    properties.set(key, value);
+  if (id.size() > kLongestUserId) {
+    running->log.debug({"[Zarn] identify() called with a userId of more than ",
+                        std::to_string(kLongestUserId), " bytes — ignored."});
+    return;
   }
+  Properties properties{{"user_id", id}};
+  const auto generation = running->admission.change([&] {
+    for (const auto& [key, value] :
+         running->identity.identify(id, traits, running->remoteConfig.get())) {
+      properties.set(key, value);
+    }
+  });
   if (!running->dedupe.isNewIdentify(properties)) return;
-  if (!running->admission.admitEvent(EventType::identify, "identify", properties)) {
+  if (!running->admission.admitEvent(EventType::identify, "identify", properties, generation)) {
     running->dedupe.forgetIdentify();
   }
 }
@@ -106,10 +116,14 @@ void Client::group(std::string_view groupId, const Properties& traits) {
 void Client::setUserProperties(const Properties& properties) {
   auto* running = pipeline();
   if (running == nullptr) return;
-  const Properties changed = running->dedupe.newUserProperties(
-      running->identity.setUserProperties(properties, running->remoteConfig.get()));
+  Properties allowed;
+  const auto generation = running->admission.change([&] {
+    allowed = running->identity.setUserProperties(properties, running->remoteConfig.get());
+  });
+  const Properties changed = running->dedupe.newUserProperties(allowed);
   if (changed.empty()) return;
-  if (!running->admission.admitEvent(EventType::userProperty, "user_property", changed)) {
+  if (!running->admission.admitEvent(EventType::userProperty, "user_property", changed,
+                                     generation)) {
     running->dedupe.forgetUserProperties(changed);
   }
 }

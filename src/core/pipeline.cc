@@ -100,9 +100,10 @@ Pipeline::Pipeline(platform::Host& hostServices, const model::Configuration& con
       replayPolicyStore(host.files),
       replayPolicyAdmission(model::replayPolicyScope(configuration, host.device.app()),
                             replayPolicyStore, host.random),
-      replayPolicy(
-          replayPolicyAdmission, replay, replayPolicyQueue, [this] { return runState.pauses(); },
-          log),
+      replayPolicy(replayPolicyAdmission, replay, host.defaults, replayPolicyQueue,
+                   {.pauses = [this] { return runState.pauses(); },
+                    .mayRecord = [this] { return !runState.isPaused() && !privacy.optedOut(); }},
+                   log),
       policies(configuration.options.autoTrackNetwork, identity.snapshot()->deviceId,
                policyTargets(*this), replayPolicy, log),
       fetcher(configuration, host.device.app(), host.defaults, host.clock, log),
@@ -145,13 +146,14 @@ void Pipeline::wireControl() {
   queue.onServerPause = base::weakly(wiring, [this](const std::optional<std::string>&) {
     // The queue has discarded already; again, for what was admitted before the state was set.
     runState.becomePausedAndDiscard();
+    dedupe.clear();
   });
   runState.onRunning = base::weakly(wiring, [this] { replayPolicy.reconcile(); });
   runState.onPaused = base::weakly(wiring, [this] { replayPolicy.pausedByServer(); });
   controlPlane.onRecoveryNeeded =
       base::weakly(wiring, [this](std::string_view reason) { recovery.enterRecovery(reason); });
   if (startedOptedOut) {
-    replayPolicy.discardEverything();
+    replayPolicy.optedOut();
   } else {
     replayPolicy.finishPendingBoundary();
   }

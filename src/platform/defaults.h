@@ -20,6 +20,8 @@ class Defaults {
   virtual std::optional<bool> getBool(std::string_view key) = 0;
   virtual std::optional<double> getDouble(std::string_view key) = 0;
   virtual std::optional<std::string> getString(std::string_view key) = 0;
+  /// Whether there is a value of any kind, or may be, since the values could not be read so far.
+  virtual bool mayHold(std::string_view key) = 0;
   virtual void set(std::string_view key, bool value) = 0;
   virtual void set(std::string_view key, double value) = 0;
   virtual void set(std::string_view key, std::string_view value) = 0;

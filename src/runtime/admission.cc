@@ -6,7 +6,6 @@
 
 #include "base/uuid.h"
 #include "events/event_context.h"
-#include "events/event_queue.h"
 #include "identity/identity_manager.h"
 #include "identity/session_ids.h"
 #include "model/event_encoder.h"
@@ -51,8 +50,8 @@ bool Admission::passesGates(model::EventType type, std::string_view name) const 
   return true;
 }
 
-bool Admission::admitEvent(model::EventType type, std::string_view name,
-                           const Properties& properties) {
+bool Admission::admit(model::EventType type, std::string_view name, const Properties& properties,
+                      std::optional<DiscardGeneration::Token> since) {
   if (!passesGates(type, name)) return false;
   std::optional<Picture> picture;
   {
@@ -63,7 +62,7 @@ bool Admission::admitEvent(model::EventType type, std::string_view name,
     // otherwise let this event slip in behind it. A pause sets its state before it discards, so
     // looking after the generation was read sees either the state or, at the queue, the discard.
     if (parts_.privacy.optedOut() || parts_.privacy.awaitingFreshPolicyAfterOptIn() ||
-        parts_.runState.isPaused()) {
+        parts_.runState.isPaused() || (since && *since != picture->generation)) {
       return false;
     }
   }

@@ -3,10 +3,12 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 
 #include "base/mutex.h"
+#include "events/event_queue.h"
 #include "model/event.h"
 #include "model/published.h"
 #include "model/remote_config.h"
@@ -24,7 +26,6 @@ struct IdentitySnapshot;
 }  // namespace zarn::identity
 namespace zarn::events {
 class EventContextSource;
-class EventQueue;
 }  // namespace zarn::events
 
 namespace zarn::runtime {
@@ -59,11 +60,32 @@ class Admission {
  public:
   Admission(const AdmissionParts& parts, platform::Log log) : parts_(parts), log_(log) {}
 
+  using DiscardGeneration = events::EventQueue::DiscardGeneration;
+
   /// The event is durable when this returns true; false when it was dropped by a rule.
-  bool admitEvent(model::EventType type, std::string_view name, const Properties& properties);
+  bool admitEvent(model::EventType type, std::string_view name, const Properties& properties) {
+    return admit(type, name, properties, std::nullopt);
+  }
+  /// The same for an event that belongs to a change of identity: dropped when a boundary has come
+  /// since the change, since it would tie the next user to the last.
+  bool admitEvent(model::EventType type, std::string_view name, const Properties& properties,
+                  DiscardGeneration::Token since) {
+    return admit(type, name, properties, since);
+  }
+
+  /// Runs a change of identity in one step against the boundaries, and gives what admitEvent needs
+  /// to tell whether one has come since.
+  template <typename F>
+  DiscardGeneration::Token change(F&& apply) {
+    base::MutexLock lock(parts_.boundary.lock);
+    apply();
+    return parts_.queue.currentDiscardGeneration();
+  }
 
  private:
   struct Picture;
+  bool admit(model::EventType type, std::string_view name, const Properties& properties,
+             std::optional<DiscardGeneration::Token> since);
   bool passesGates(model::EventType type, std::string_view name) const;
   model::EncodedEvent encode(model::EventType type, std::string_view name,
                              const Properties& properties, const Picture& picture) const;

@@ -39,7 +39,11 @@ class PrivacyState {
 
   // Of the transitions.
   enum class Origin { here, otherProcess };
-  bool flag() const { return defaults_.getBool(kOptOutKey).value_or(false); }
+  /// What can't be read, or makes no sense, counts as an opt-out.
+  bool flag() const {
+    const auto isSet = defaults_.getBool(kOptOutKey);
+    return isSet ? *isSet : defaults_.mayHold(kOptOutKey);
+  }
   bool transitionedOut() const { return transitionedOut_.load(std::memory_order_acquire); }
   void beginOptOut(Origin origin);
   /// Takes no event, and trusts no answer asked for before, from now on.

@@ -68,11 +68,12 @@ void PrivacyTransitions::optOutNow(Origin origin) {
     parts_.transport.stopSends();
     tell(hooks.discardHeld);
   }
+  parts_.dedupe.clear();  // what it remembers as sent may be among what was discarded
   parts_.guard.cancelAllGuarded();
   parts_.recovery.abandon();
   tell(hooks.stopSources);
   parts_.refresh.stopConfigRefreshTimer();
-  parts_.replayPolicy.discardEverything();
+  parts_.replayPolicy.optedOut();
   log_.debug({"[Zarn] opted out — tracking disabled, queue suspended"});
 }
 
@@ -97,7 +98,11 @@ void PrivacyTransitions::optInNow(Origin origin) {
 }
 
 void PrivacyTransitions::resetNow() {
-  parts_.replayPolicy.discardEverything();
+  if (parts_.privacy.optedOut()) {
+    parts_.replayPolicy.optedOut();
+  } else {
+    parts_.replayPolicy.identityWasReset();
+  }
   {
     // One step: no event can pair the new anonymous id with the old user or session.
     base::MutexLock lock(parts_.boundary.lock);

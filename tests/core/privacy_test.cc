@@ -184,6 +184,58 @@ TEST_F(PrivacyTest, AnOptInWithoutAnOptOutIsNothing) {
   EXPECT_EQ(host_.log.lines().size(), lines);
 }
 
+// The next user must not inherit what the last one's call says, wherever the reset comes.
+TEST_F(PrivacyTest, AResetInTheMidstOfAnIdentifyWins) {
+  for (const bool isIdentify : {true, false}) {
+    TestClient client(host_);
+    client.run();
+    host_.random.beforeFill = [&] { client->reset(); };  // as the event is being made
+    if (isIdentify) {
+      client->identify("alice", {{"email", "alice@example.com"}});
+    } else {
+      client->setUserProperties({{"email", "alice@example.com"}});
+    }
+    host_.defaults.afterRead = [&] { client->reset(); };  // after the first look
+    client->identify("bob", {});
+    client->track("of nobody", {});
+    client->identify("alice", {});
+    client->flush();
+    settle();
+    EXPECT_EQ(client.waitingNames(), (Names{"of nobody", "identify"}));
+    EXPECT_TRUE(client.waitingEvents()[0].find("user_id") == nullptr ||
+                client.waitingEvents()[0].find("user_id")->isNull());
+    client.acceptWaiting();
+  }
+}
+
+TEST_F(PrivacyTest, ASettingThatMakesNoSenseCountsAsAnOptOut) {
+  host_.defaults.set("zarn_opt_out", "yes");
+  TestClient client(host_);
+  client.configure();
+  client->track("unwanted", {});
+  host_.dispatch.advance(10000.0);
+  EXPECT_EQ(requests(), 0);
+  client->optIn();
+  client.answerConfig();
+  client->track("welcome", {});
+  client->flush();
+  settle();
+  EXPECT_EQ(client.waitingNames(), Names{"welcome"});
+}
+
+TEST_F(PrivacyTest, WhatAnOptOutDiscardedIsNewsAfterwards) {
+  TestClient client(host_);
+  client.run();
+  client->identify("alice", {});
+  client->optOut();
+  client->optIn();
+  client.answerConfig();
+  client->identify("alice", {});
+  client->flush();
+  settle();
+  EXPECT_EQ(client.waitingNames(), Names{"identify"});
+}
+
 TEST_F(PrivacyTest, AnotherProcessOptsOutAndIn) {
   TestClient client(host_);
   client.run();

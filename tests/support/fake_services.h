@@ -63,6 +63,10 @@ class FakeDefaults final : public platform::Defaults {
   std::optional<std::string> getString(std::string_view key) override {
     return get<std::string>(key);
   }
+  bool mayHold(std::string_view key) override {
+    base::MutexLock lock(mutex_);
+    return values_.find(std::string(key)) != values_.end();
+  }
   void set(std::string_view key, bool value) override { put(key, value); }
   void set(std::string_view key, double value) override { put(key, value); }
   void set(std::string_view key, std::string_view value) override { put(key, std::string(value)); }
