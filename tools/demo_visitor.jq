@@ -2,12 +2,14 @@
 # were made, and facts; `holds` says whether each is as it must be.
 
 def milliseconds: (.[0:19] + "Z" | fromdateiso8601) * 1000 + (.[20:23] | tonumber);
-def mark($name): $journal[] | select(.mark == $name);
+# Lines are compared by their number where calls follow each other in less than a millisecond.
+($journal | to_entries | map(.value + {line: .key})) as $lines
+| def mark($name): $lines[] | select(.mark == $name);
 
-($events[0].events | map(.event)) as $arrived
+  ($events[0].events | map(.event)) as $arrived
 | ($requests[0].requests | map(.at = (.received_at | milliseconds))) as $all_requests
-| [$journal[] | select(.step)] as $steps
-| [$journal[] | select(.mark == "launch")] as $launches
+| [$lines[] | select(.step)] as $steps
+| [$lines[] | select(.mark == "launch")] as $launches
 | mark("optOut").to as $opted_out
 | mark("optIn").from as $opted_in
 | mark("reset") as $reset
@@ -30,8 +32,8 @@ def mark($name): $journal[] | select(.mark == $name);
     ([$steps[] | select(condition) | {key: .step, value: true}] | from_entries) as $picked
     | [$arrived[] | select(.properties.step as $step | $step and $picked[$step])];
 
-  events_of(.to <= $reset.from) as $before
-| events_of(.from >= $reset.to) as $after
+  events_of(.line < $reset.line) as $before
+| events_of(.line > $reset.line) as $after
 | $before[0].anonymous_id as $old_id
 | $after[0].anonymous_id as $new_id
 | [$before[] | select(.anonymous_id == $old_id and .user_id == "ada-17"
