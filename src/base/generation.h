@@ -22,6 +22,8 @@ class Generation {
 
   Token current() const { return Token(value_); }
   Token bump() { return Token(++value_); }
+  /// What the next bump will give.
+  Token next() const { return Token(value_ + 1); }
 
  private:
   std::uint64_t value_ = 0;

@@ -52,8 +52,10 @@ void ReplayPolicyKeeper::apply(const Policy& policy, const PolicyAnswer& answer)
     replay_.stop();
   }
   if (answer.paused) return;
-  queue_.async(base::weakly(scope_, [this, policy, trust = admission_.trust(),
-                                     pauses = answer.pauses] { admit(policy, trust, pauses); }));
+  const auto trust = admission_.trust();
+  if (answer.pauses != now_.pauses()) return;  // a pause has come since it was asked for
+  queue_.async(base::weakly(
+      scope_, [this, policy, trust, pauses = answer.pauses] { admit(policy, trust, pauses); }));
 }
 
 void ReplayPolicyKeeper::admit(const Policy& policy, Trust::Token trust,
@@ -71,7 +73,7 @@ void ReplayPolicyKeeper::admit(const Policy& policy, Trust::Token trust,
   remember(outcome, trust);
   if (ifEnabled(outcome) && pauses == now_.pauses()) replay_.clearServerPause();
   if (verdict == Verdict::boundaryRequired) {
-    if (auto revision = admission_.pendingRevision()) return crossBoundary(std::move(*revision));
+    if (auto revision = admission_.pendingRevision()) return crossBoundary(std::move(revision));
   }
   reconcileNow();
 }
@@ -146,21 +148,19 @@ void ReplayPolicyKeeper::revokeTrust() {
 void ReplayPolicyKeeper::pausedByServer() {
   revokeTrust();
   replay_.stop();
-  queue_.async(base::weakly(scope_, [this] {
-    if (auto revision = admission_.requireBoundary()) crossBoundary(std::move(*revision));
-  }));
+  queue_.async(base::weakly(scope_, [this] { crossBoundary(admission_.requireBoundary()); }));
 }
 
 void ReplayPolicyKeeper::optedOut() {
-  discardEverything([] {});
+  discardEverything([](Trust::Token) {});
 }
 
 void ReplayPolicyKeeper::identityWasReset() {
   // The server's policy is for the project, not for a user: it is admitted anew.
-  discardEverything([this] { admit(resolvedPolicy(), admission_.trust(), now_.pauses()); });
+  discardEverything([this](Trust::Token trust) { admit(resolvedPolicy(), trust, now_.pauses()); });
 }
 
-void ReplayPolicyKeeper::discardEverything(base::Closure afterwards) {
+void ReplayPolicyKeeper::discardEverything(Afterwards afterwards) {
   defaults_.set(kPurgePendingKey, true);
   revokeTrust();
   replay_.discard();
@@ -173,22 +173,24 @@ void ReplayPolicyKeeper::discardEverything(base::Closure afterwards) {
 void ReplayPolicyKeeper::finishPendingBoundary() {
   queue_.async(base::weakly(scope_, [this] {
     const bool isPending = defaults_.getBool(kPurgePendingKey).value_or(false);
-    if (isPending || admission_.hasPendingAdmission()) purgeGlobally(admission_.trust(), [] {});
+    if (isPending || admission_.hasPendingAdmission())
+      purgeGlobally(admission_.trust(), [](Trust::Token) {});
   }));
 }
 
-void ReplayPolicyKeeper::crossBoundary(std::string revision) {
+void ReplayPolicyKeeper::crossBoundary(std::optional<std::string> revision) {
   replay_.discard();
+  // What can't be noted is purged all the same.
   replay_.purge(base::weakly(scope_, [this, revision = std::move(revision)](bool purged) mutable {
-    if (!purged) return;  // the boundary stays pending
-    queue_.async(base::weakly(scope_, [this, revision = std::move(revision)] {
-      admission_.completeBoundary(revision);
+    if (!purged || !revision) return;  // the boundary stays pending
+    queue_.async(base::weakly(scope_, [this, done = std::move(*revision)] {
+      admission_.completeBoundary(done);
       reconcileNow();
     }));
   }));
 }
 
-void ReplayPolicyKeeper::purgeGlobally(Trust::Token trust, base::Closure afterwards) {
+void ReplayPolicyKeeper::purgeGlobally(Trust::Token trust, Afterwards afterwards) {
   auto revision = admission_.beginGlobalPurge();
   // What can't be noted is purged all the same.
   replay_.purge(base::weakly(scope_, [this, revision = std::move(revision), trust,
@@ -199,7 +201,7 @@ void ReplayPolicyKeeper::purgeGlobally(Trust::Token trust, base::Closure afterwa
           if (!admission_.finishGlobalPurge(done)) return;
           if (trust != admission_.trust()) return;  // another boundary has a purge of its own
           defaults_.remove(kPurgePendingKey);
-          then();
+          then(trust);
         }));
   }));
 }

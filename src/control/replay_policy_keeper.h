@@ -68,9 +68,11 @@ class ReplayPolicyKeeper {
   void reconcileNow();
   void noteRestriction();
   void revokeTrust();
-  void discardEverything(base::Closure afterwards);
-  void crossBoundary(std::string revision);
-  void purgeGlobally(Trust::Token trust, base::Closure afterwards);
+  /// What follows a purge, with the trust that was to be had at its beginning.
+  using Afterwards = base::UniqueFunction<void(Trust::Token)>;
+  void discardEverything(Afterwards afterwards);
+  void crossBoundary(std::optional<std::string> revision);
+  void purgeGlobally(Trust::Token trust, Afterwards afterwards);
 
   // Constant after construction.
   ReplayPolicyAdmissionCoordinator& admission_;

@@ -14,10 +14,13 @@ class ControlPlaneResponseEpoch {
   using Token = Latest::Token;
 
   /// Gives the next token to `start`, under the lock: requests start in the order of their tokens.
+  /// One that is refused, for which it returns false, makes no earlier one stale.
   template <typename F>
-  auto issue(F&& start) {
+  bool issue(F&& start) {
     base::MutexLock lock(lock_);
-    return start(latest_.bump());
+    if (!start(latest_.next())) return false;
+    latest_.bump();
+    return true;
   }
 
   /// A boundary: no answer to a request issued before counts any more. Waits for one that is being

@@ -34,14 +34,20 @@ platform::Log logFor(platform::Host& host, const model::Configuration& configura
 
 }  // namespace
 
-Client::Client(std::function<platform::Host&()> host) : host_(std::move(host)) {}
+Client::Client(std::function<platform::Host&()> host) : findHost_(std::move(host)) {}
+
+platform::Host& Client::host() {
+  platform::Host& found = findHost_();
+  knownHost_.store(&found, std::memory_order_release);
+  return found;
+}
 
 Client::~Client() = default;
 
 void Client::configure(std::string_view writeKey, ConfigurationOptions options) {
   base::MutexLock lock(configureLock_);
   if (pipeline_) return;
-  platform::Host& host = host_();
+  platform::Host& host = this->host();
   const std::string environmentAsGiven = options.environment;
   auto resolved = model::resolveConfiguration(writeKey, std::move(options),
                                               host.environment.variable("ZARN_INTERNAL_DEV"));
@@ -169,17 +175,19 @@ Pipeline* Client::pipelineOrNever() {
 }
 
 void Client::optOut() {
-  if (auto* running = pipelineOrNever()) return running->transitions.optOut();
-  platform::Defaults& defaults = host_().defaults;
-  defaults.set(runtime::PrivacyState::kOptOutKey, true);
-  defaults.commit();
+  // At once, since a configure that is under way would otherwise go on to ask the server.
+  if (pipeline() == nullptr) runtime::writeOptOut(host().defaults);
+  if (auto* running = pipelineOrNever()) running->transitions.optOut();
 }
 
 void Client::optIn() {
-  if (auto* running = pipelineOrNever()) return running->transitions.optIn();
-  platform::Defaults& defaults = host_().defaults;
-  defaults.remove(runtime::PrivacyState::kOptOutKey);
-  defaults.commit();
+  auto* running = pipeline();
+  if (running == nullptr) {
+    base::MutexLock lock(configureLock_);
+    if (!pipeline_) return runtime::writeOptIn(host().defaults);
+    running = pipeline_.get();
+  }
+  running->transitions.optIn();
 }
 
 void Client::reset() {
@@ -187,8 +195,12 @@ void Client::reset() {
 }
 
 ZarnDiagnostics Client::diagnostics() {
-  const auto* running = pipeline();
-  return running != nullptr ? diagnosticsOf(*running) : ZarnDiagnostics();
+  if (const auto* running = pipeline()) return diagnosticsOf(*running);
+  ZarnDiagnostics none;
+  if (platform::Host* known = knownHost_.load(std::memory_order_acquire)) {
+    if (runtime::PrivacyState(known->defaults).optedOut()) none.replayStatus = "opted_out";
+  }
+  return none;
 }
 
 }  // namespace zarn::core

@@ -59,7 +59,11 @@ class Client {
   /// The same once a configure that is under way has ended.
   Pipeline* pipelineOrNever();
 
-  const std::function<platform::Host&()> host_;
+  platform::Host& host();
+
+  const std::function<platform::Host&()> findHost_;
+  /// Null until it was asked for: a diagnosis must not keep the app from describing itself.
+  std::atomic<platform::Host*> knownHost_ = nullptr;
 
   base::Mutex configureLock_{base::LockRank::configure};
   std::unique_ptr<Pipeline> pipeline_ ZARN_GUARDED_BY(configureLock_);

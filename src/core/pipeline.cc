@@ -52,7 +52,9 @@ events::SqliteEventStore::Services storeServices(Pipeline& pipeline) {
   return {.files = pipeline.host.files,
           .background = *pipeline.upkeepThread,
           .decode = model::readStoredEvent,
-          .report = [log = pipeline.log](std::string_view line) { log.debug({line}); }};
+          .report = [log = pipeline.log](std::string_view line) { log.debug({line}); },
+          .discards = [&defaults =
+                           pipeline.host.defaults] { return runtime::readOptOut(defaults).count; }};
 }
 
 }  // namespace
@@ -74,7 +76,8 @@ Pipeline::Pipeline(platform::Host& hostServices, const model::Configuration& con
                 .random = host.random,
                 .secrets = host.secrets,
                 .defaults = host.defaults,
-                .executor = host.dispatch.pool()}),
+                .executor = host.dispatch.pool(),
+                .mayKeep = [this] { return !privacy.setting().isOut; }}),
       fallbackSession(host.random),
       session(fallbackSession, sessionTracker),
       context(host.device, remoteConfig, path),
@@ -102,7 +105,11 @@ Pipeline::Pipeline(platform::Host& hostServices, const model::Configuration& con
                             replayPolicyStore, host.random),
       replayPolicy(replayPolicyAdmission, replay, host.defaults, replayPolicyQueue,
                    {.pauses = [this] { return runState.pauses(); },
-                    .mayRecord = [this] { return !runState.isPaused() && !privacy.optedOut(); }},
+                    .mayRecord =
+                        [this] {
+                          return !runState.isPaused() && !privacy.optedOut() &&
+                                 !privacy.awaitingFreshPolicyAfterOptIn();
+                        }},
                    log),
       policies(configuration.options.autoTrackNetwork, identity.snapshot()->deviceId,
                policyTargets(*this), replayPolicy, log),
@@ -132,6 +139,7 @@ Pipeline::Pipeline(platform::Host& hostServices, const model::Configuration& con
   upkeepThread->post([] { redaction::PiiFilter::prepare(); });
   wireControl();
   wireSessions();
+  wireLife();
 }
 
 void Pipeline::wireControl() {
@@ -140,14 +148,14 @@ void Pipeline::wireControl() {
   host.paths.start(controlQueue, base::weakly(wiring, [this](platform::NetworkPath now) {
                      path.publish(std::make_shared<const platform::NetworkPath>(now));
                    }));
-  transport.setEnrichedContext(enrichedContext.collect());
+  if (!startedOptedOut) transport.setEnrichedContext(enrichedContext.collect());
   queue.onCooldownEntered =
       base::weakly(wiring, [this] { recovery.enterRecovery("batch_cooldown"); });
-  queue.onServerPause = base::weakly(wiring, [this](const std::optional<std::string>&) {
-    // The queue has discarded already; again, for what was admitted before the state was set.
-    runState.becomePausedAndDiscard();
-    dedupe.clear();
-  });
+  queue.onServerPause =
+      base::weakly(wiring, [this](events::EventQueue::DiscardGeneration::Token begun) {
+        // The queue has discarded already; again, for what was admitted before the state was set.
+        if (runState.becomePausedAndDiscard(begun)) dedupe.clear();
+      });
   runState.onRunning = base::weakly(wiring, [this] { replayPolicy.reconcile(); });
   runState.onPaused = base::weakly(wiring, [this] { replayPolicy.pausedByServer(); });
   controlPlane.onRecoveryNeeded =
@@ -169,14 +177,20 @@ void Pipeline::wireSessions() {
                              replayPolicy.sessionStarted();
                          }));
   sessionTracker->start();
+}
+
+void Pipeline::wireLife() {
   host.life.start(base::weakly(wiring, [this](platform::LifeEvent event) {
     switch (event) {
       case platform::LifeEvent::didEnterBackground:
-        return sessionTracker->appDidEnterBackground();
+        if (sessionTracker) sessionTracker->appDidEnterBackground();
+        return;
       case platform::LifeEvent::willEnterForeground:
-        return sessionTracker->appWillEnterForeground();
+        if (sessionTracker) sessionTracker->appWillEnterForeground();
+        return;
       case platform::LifeEvent::willTerminate:
-        return sessionTracker->appWillTerminate();
+        if (sessionTracker) sessionTracker->appWillTerminate();
+        return identity.persistNow();  // nothing runs on its queue any more
       case platform::LifeEvent::didBecomeActive:
       case platform::LifeEvent::didReceiveMemoryWarning:
         return;

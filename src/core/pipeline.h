@@ -107,6 +107,7 @@ struct Pipeline {
  private:
   void wireControl();
   void wireSessions();
+  void wireLife();
 };
 
 }  // namespace zarn::core

@@ -166,7 +166,8 @@ void EventQueue::answered(const Flight& flight, BatchOutcome outcome) {
   if (auto* acks = std::get_if<std::vector<BatchAck>>(&outcome)) {
     acknowledged(flight, *acks);
   } else if (auto* pause = std::get_if<BatchPaused>(&outcome)) {
-    stopForServerPause(flight, std::move(pause->reason));
+    if (pause->reason) log_.debug({"[Zarn] Batch: paused by the server (", *pause->reason, ")"});
+    stopForServerPause(flight);
   } else {
     failed(flight);
   }
@@ -244,18 +245,18 @@ void EventQueue::acknowledged(const Flight& flight, const std::vector<BatchAck>&
   if (progress) flushIfWaiting();
 }
 
-void EventQueue::stopForServerPause(const Flight& flight, std::optional<std::string> reason) {
-  bool stops = false;
+void EventQueue::stopForServerPause(const Flight& flight) {
+  std::optional<DiscardGeneration::Token> begun;
   {
     base::MutexLock lock(lock_);
-    stops = landLocked(flight);
-    if (stops) {
+    if (landLocked(flight)) {
       discardLocked();
       isSuspended_ = true;
+      begun = discardGeneration_.current();
     }
   }
-  if (!stops) return flushIfWaiting();
-  if (onServerPause) onServerPause(std::move(reason));
+  if (!begun) return flushIfWaiting();
+  if (onServerPause) onServerPause(*begun);
 }
 
 std::vector<std::string> EventQueue::putBackLocked(std::vector<model::EncodedEvent> events) {

@@ -54,7 +54,8 @@ class EventQueue {
 
   /// Set before the first `resume`; called on the work queue, without a lock.
   std::function<void()> onCooldownEntered;
-  std::function<void(std::optional<std::string> reason)> onServerPause;
+  /// With the generation that its discard has begun.
+  std::function<void(DiscardGeneration::Token)> onServerPause;
 
   /// Appends and stores the event. False, and nothing done, when a discard has come since
   /// `generation` was read.
@@ -96,7 +97,7 @@ class EventQueue {
   void answered(const Flight& flight, BatchOutcome outcome);
   void failed(const Flight& flight);
   void acknowledged(const Flight& flight, const std::vector<BatchAck>& acks);
-  void stopForServerPause(const Flight& flight, std::optional<std::string> reason);
+  void stopForServerPause(const Flight& flight);
   void retryAfterFailure(int failures);
   void landStale(const Flight& flight);
   void flushIfWaiting();

@@ -22,6 +22,8 @@ constexpr const char* kCreateTimeIndex =
     "CREATE INDEX IF NOT EXISTS idx_events_time ON events(time);";
 constexpr const char* kCreateFlagIndex =
     "CREATE INDEX IF NOT EXISTS idx_events_flag ON events(flag);";
+constexpr const char* kCreateDiscards =
+    "CREATE TABLE IF NOT EXISTS discards (count INTEGER NOT NULL);";
 constexpr const char* kInsert =
     "INSERT OR REPLACE INTO events (id, data, time, flag) VALUES (?, ?, ?, 0);";
 constexpr const char* kSelectPending =
@@ -33,10 +35,16 @@ constexpr const char* kMark = "UPDATE events SET flag = 1 WHERE id IN (";
 constexpr const char* kClearMarks = "UPDATE events SET flag = 0 WHERE flag = 1;";
 constexpr const char* kRemove = "DELETE FROM events WHERE id IN (";
 constexpr const char* kRemoveAll = "DELETE FROM events;";
+constexpr const char* kDiscards = "SELECT IFNULL(MAX(count), 0) FROM main.discards;";
+constexpr const char* kForgetDiscards = "DELETE FROM discards;";
+constexpr const char* kNoteDiscards = "INSERT INTO discards (count) VALUES (?);";
 constexpr const char* kNewestTime = "SELECT MAX(time) FROM events;";
 constexpr const char* kAttach = "ATTACH DATABASE ? AS adopted;";
 constexpr const char* kHasAdoptedTable =
     "SELECT COUNT(*) FROM adopted.sqlite_master WHERE type = 'table' AND name = 'events';";
+constexpr const char* kHasAdoptedDiscards =
+    "SELECT COUNT(*) FROM adopted.sqlite_master WHERE type = 'table' AND name = 'discards';";
+constexpr const char* kAdoptedDiscards = "SELECT IFNULL(MAX(count), 0) FROM adopted.discards;";
 constexpr const char* kDetach = "DETACH DATABASE adopted;";
 constexpr const char* kAdopt =
     "INSERT OR IGNORE INTO main.events (id, data, time, flag)"
@@ -74,6 +82,7 @@ bool EventTable::create() {
   database_.execute(kCreateTable);
   database_.execute(kCreateTimeIndex);
   database_.execute(kCreateFlagIndex);
+  database_.execute(kCreateDiscards);
   if (!prepareAll()) return false;
   readNewestTime();
   return true;
@@ -148,16 +157,24 @@ bool EventTable::remove(std::span<const std::string> ids) {
   return statement.run();
 }
 
-bool EventTable::removeAll() {
-  return database_.execute(kRemoveAll);
+std::int64_t EventTable::discards() {
+  return database_.queryInteger(kDiscards).value_or(0);
 }
 
-bool EventTable::adopt(const std::string& path) {
+bool EventTable::removeAll(std::int64_t discards) {
+  base::SqliteTransaction transaction(database_);
+  return transaction.isOpen() && database_.execute(kRemoveAll) &&
+         database_.execute(kForgetDiscards) &&
+         database_.prepare(kNoteDiscards).bindInteger(1, discards).run() && transaction.commit();
+}
+
+bool EventTable::adopt(const std::string& path, std::int64_t discards) {
   if (!database_.prepare(kAttach).bindText(1, path).run()) return false;
   // A process that ended while it created its file left no table.
   const auto tables = database_.queryInteger(kHasAdoptedTable);
-  bool copied = tables == 0;
-  if (tables == 1) {
+  const bool isOutdated = adoptedDiscards() < discards;
+  bool copied = tables == 0 || isOutdated;
+  if (tables == 1 && !isOutdated) {
     base::SqliteTransaction transaction(database_);
     copied = transaction.isOpen() && database_.execute(kAdopt) && transaction.commit();
   }
@@ -165,6 +182,11 @@ bool EventTable::adopt(const std::string& path) {
   readNewestTime();
   // A commit alone is not on the disk yet, and the caller is about to remove the only other copy.
   return copied && database_.checkpoint(base::Sqlite::Checkpoint::full).has_value();
+}
+
+std::int64_t EventTable::adoptedDiscards() {
+  if (database_.queryInteger(kHasAdoptedDiscards).value_or(0) == 0) return 0;
+  return database_.queryInteger(kAdoptedDiscards).value_or(0);
 }
 
 base::SqliteStatement EventTable::prepareForIds(std::string_view before, std::size_t count) {

@@ -9,6 +9,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <span>
 #include <string>
@@ -44,10 +45,14 @@ class EventTable {
   bool markLoaded(std::span<const std::string> ids);
   bool clearMarks();
   bool remove(std::span<const std::string> ids);
-  bool removeAll();
-  /// Copies the rows of another store's file, as pending and with their times. A row whose id is
-  /// here already stays as it is. All or none; when it returns true they are safe on the disk.
-  bool adopt(const std::string& path);
+  /// The count of discards that was noted with the last removal of all; 0 before any.
+  std::int64_t discards();
+  /// Notes the count in the same step.
+  bool removeAll(std::int64_t discards);
+  /// Copies the rows of another store's file, as pending and with their times, unless they are from
+  /// before the last of so many discards. A row whose id is here already stays as it is. All or
+  /// none; when it returns true they are safe on the disk.
+  bool adopt(const std::string& path, std::int64_t discards);
 
   /// False where the file system can't do it: changes then wait for the disk, and are as safe.
   bool hasLog() const { return hasLog_; }
@@ -61,6 +66,7 @@ class EventTable {
   bool prepareAll();
   bool insertAt(std::string_view id, std::string_view data, double time);
   void readNewestTime();
+  std::int64_t adoptedDiscards();
   base::SqliteStatement prepareForIds(std::string_view before, std::size_t count);
   static void bindIds(base::SqliteStatement& statement, std::span<const std::string> ids);
 

@@ -56,6 +56,7 @@ bool SqliteEventStore::open() {
   if (!table_->hasLog()) report("no write-ahead log here, so storing an event waits for the disk");
   makeFilesPrivate();
   takeOverLegacyFiles();
+  owesRemovalOfAll_ = owesRemovalOfAll_ || table_->discards() < discards();
   table_->clearMarks();
   upkeep_ =
       std::make_unique<StoreUpkeep>(path_, vfs_, services_.background, queue_, table_->database());
@@ -109,7 +110,7 @@ std::vector<model::EncodedEvent> SqliteEventStore::fetchPending() {
   std::vector<model::EncodedEvent> events;
   queue_.sync([&] {
     queue_.assertCurrent();
-    if (!table_) return;
+    if (!table_ || !removeAllOwed()) return;
     std::vector<EventTable::Row> rows;
     table_->readPending(kFetchLimit, rows);
     std::vector<std::string> loaded;
@@ -181,7 +182,7 @@ void SqliteEventStore::removeAll() {
 
 bool SqliteEventStore::removeAllOwed() {
   if (!owesRemovalOfAll_) return true;
-  if (!table_ || !table_->removeAll()) return false;
+  if (!table_ || !table_->removeAll(discards())) return false;
   owesRemovalOfAll_ = false;
   upkeep_->wrote();
   upkeep_->removedRows();
@@ -192,7 +193,7 @@ bool SqliteEventStore::adopt(const std::string& path) {
   bool adopted = false;
   queue_.sync([&] {
     queue_.assertCurrent();
-    adopted = table_ && table_->adopt(path);
+    adopted = table_ && table_->adopt(path, discards());
   });
   return adopted;
 }
@@ -202,7 +203,7 @@ void SqliteEventStore::emptyAndClose(const std::function<void()>& whileClosed) {
   std::unique_ptr<EventTable> table;
   queue_.sync([&] {
     queue_.assertCurrent();
-    if (table_) table_->removeAll();
+    if (table_) table_->removeAll(discards());
     mayOpen_ = false;
     isOpen_ = false;
     table = std::move(table_);

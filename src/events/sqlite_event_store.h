@@ -51,6 +51,9 @@ class SqliteEventStore final : public EventStorage {
     /// One line at the first trouble, for the debug log. Called with locks held: it must not call
     /// back. May be empty.
     std::function<void(std::string_view)> report = {};
+    /// How often the user's choice has had everything discarded so far, in any process. Rows from
+    /// before the last time are removed when they are found. May be empty: never.
+    std::function<std::int64_t()> discards = {};
   };
 
   /// Opens the database at `path`, creating it if need be; takes over legacy files beside it and
@@ -86,6 +89,7 @@ class SqliteEventStore final : public EventStorage {
   bool open() ZARN_REQUIRES(queue_);
   bool openForInsert() ZARN_REQUIRES(queue_);
   bool removeAllOwed() ZARN_REQUIRES(queue_);
+  std::int64_t discards() const { return services_.discards ? services_.discards() : 0; }
   void takeOverLegacyFiles() ZARN_REQUIRES(queue_);
   void makeFilesPrivate();
   void removeSlice(std::span<const std::string> ids, bool clearMarks) ZARN_REQUIRES(queue_);

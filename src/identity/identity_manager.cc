@@ -36,6 +36,7 @@ void merge(const Properties& newer, Properties& into) {
 
 IdentityManager::IdentityManager(const IdentityServices& services)
     : random_(services.random),
+      mayKeep_(services.mayKeep),
       store_(services.secrets, services.defaults, services.crypto),
       persistQueue_(services.executor, "io.zarn.identity.persist",
                     base::LockRank::identityPersist) {
@@ -43,7 +44,7 @@ IdentityManager::IdentityManager(const IdentityServices& services)
 }
 
 IdentityManager::~IdentityManager() {
-  persistReset();
+  persistNow();
 }
 
 void IdentityManager::begin(const IdentityServices& services) {
@@ -169,17 +170,19 @@ void IdentityManager::reset() {
   });
 }
 
-void IdentityManager::persistReset() {
+void IdentityManager::persistNow() {
   persistQueue_.sync([this] {
     persistQueue_.assertCurrent();
     persist();
   });
 }
 
-/// The newest state, as far as it is not stored.
+/// The newest state, as far as it is not stored and may be.
 struct IdentityManager::Unsaved {
   std::shared_ptr<const IdentitySnapshot> identity;
+  std::optional<std::string> userId;
   Properties userProperties;
+  Properties superProperties;
   bool isReset = false;
   bool hasUserId = false;
   bool hasUserProperties = false;
@@ -187,23 +190,31 @@ struct IdentityManager::Unsaved {
 
   bool empty() const { return !hasUserId && !hasUserProperties && !hasSuperProperties; }
   IdentityStore::Changes changes() const {
-    return {.id = hasUserId ? &identity->userId : nullptr,
+    return {.id = hasUserId ? &userId : nullptr,
             .userProperties = hasUserProperties ? &userProperties : nullptr,
-            .superProperties = hasSuperProperties ? &identity->superProperties : nullptr};
+            .superProperties = hasSuperProperties ? &superProperties : nullptr};
   }
 };
 
 IdentityManager::Unsaved IdentityManager::takeUnsaved(bool all) {
+  const bool mayKeep = !mayKeep_ || mayKeep_();
   base::MutexLock lock(lock_);
   state_.isScheduled = false;
   Unsaved unsaved;
   unsaved.identity = current_.get();
   unsaved.isReset = std::exchange(state_.isReset, false);
+  if (!mayKeep && !unsaved.isReset) return unsaved;
   all = all || unsaved.isReset;
   unsaved.hasUserId = std::exchange(state_.userIdChanged, false) || all;
   unsaved.hasUserProperties = std::exchange(state_.userPropertiesChanged, false) || all;
   unsaved.hasSuperProperties = std::exchange(state_.superPropertiesChanged, false) || all;
+  if (!mayKeep) {  // nothing takes the place of the last user, and the new one waits
+    state_.userIdChanged = state_.userPropertiesChanged = state_.superPropertiesChanged = true;
+    return unsaved;
+  }
+  unsaved.userId = unsaved.identity->userId;
   if (unsaved.hasUserProperties) unsaved.userProperties = state_.userProperties;
+  if (unsaved.hasSuperProperties) unsaved.superProperties = unsaved.identity->superProperties;
   return unsaved;
 }
 

@@ -5,6 +5,7 @@
 // it is, so that an older one can't bring a user back after a reset.
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -46,6 +47,9 @@ struct IdentityServices {
   platform::SecureStore& secrets;
   platform::Defaults& defaults;
   base::Executor& executor;  // for what is written; must not be one that waits for the disk
+  /// False while nothing may be written about the user; a reset still takes away what is there. May
+  /// be empty: always true.
+  std::function<bool()> mayKeep = {};
 };
 
 /// Any thread. Nothing here waits for the disk.
@@ -76,11 +80,11 @@ class IdentityManager {
   void clearSuperProperties();
 
   /// Parts the user from the device: a fresh anonymous id, and no user, traits, user properties or
-  /// super properties, all in one step. It is stored soon; call persistReset for certainty.
+  /// super properties, all in one step. It is stored soon; call persistNow for certainty.
   void reset();
-  /// The reset outlives the process, however it ends, once this returns. Call it without the locks
-  /// that made the reset one step with others.
-  void persistReset();
+  /// What has changed so far, and may be kept, outlives the process, however it ends, once this
+  /// returns. Call it without the locks that made a reset one step with others.
+  void persistNow();
 
  private:
   struct State {
@@ -103,6 +107,7 @@ class IdentityManager {
   void persist() ZARN_REQUIRES(persistQueue_);
 
   platform::Random& random_;
+  const std::function<bool()> mayKeep_;
   IdentityStore store_;
 
   mutable base::Mutex lock_{base::LockRank::identity};

@@ -28,10 +28,4 @@ bool Sampler::verdict(double rate) {
   return isIn;
 }
 
-void Sampler::forget() {
-  base::MutexLock lock(lock_);
-  defaults_.remove(kVerdictKey);
-  defaults_.remove(kRateKey);
-}
-
 }  // namespace zarn::identity

@@ -25,9 +25,6 @@ class Sampler {
   /// no gets another chance when the rate is above the one it fell at.
   bool verdict(double rate);
 
-  /// For an opt-out: the next verdict is a first one.
-  void forget();
-
  private:
   platform::Defaults& defaults_;
   platform::Random& random_;

@@ -79,7 +79,8 @@ class Device {
   /// The state as last seen; watching begins with the first call.
   virtual Battery battery() = 0;
 
-  // These may ask the system, which takes some microseconds: not for every event.
+  // These may ask the system, which takes some microseconds: not for every event. They are asked
+  // with locks held and must not wait for the main thread.
   virtual Orientation orientation() { return Orientation::unknown; }
   virtual Storage storage() { return {}; }
   virtual std::optional<std::uint64_t> freeMemory() { return std::nullopt; }  // bytes

@@ -136,6 +136,7 @@ void ControlPlane::configAnswered(const std::optional<model::ConfigResponse>& re
 void ControlPlane::apply(const ControlTicket& ticket, Policy policy, bool authoritative,
                          bool paused, std::string_view onPause) {
   epoch_.ifLatest(ticket.epoch, [&] {
+    if (!authoritative && privacy_.awaitingFreshPolicyAfterOptIn()) return;
     // A boundary that has begun will find what is done here already done, and undo it.
     if (privacy_.optedOut() || ticket.privacy != privacy_.transition()) return;
     if (paused) runState_.becomePaused();

@@ -49,13 +49,17 @@ void PrivacyTransitions::followOtherProcess() {
 
 void PrivacyTransitions::followNow() {
   followIsPosted_ = false;
-  // By the time this runs the flag may be back to what it was.
-  if (parts_.privacy.flag() == parts_.privacy.transitionedOut()) return;
-  if (parts_.privacy.flag()) {
-    optOutNow(Origin::otherProcess);
-  } else {
+  catchUpWithOptOut();
+  if (parts_.privacy.followed().isOut && !parts_.privacy.setting().isOut) {
     optInNow(Origin::otherProcess);
   }
+}
+
+void PrivacyTransitions::catchUpWithOptOut() {
+  const OptOutSetting now = parts_.privacy.setting();
+  const OptOutSetting here = parts_.privacy.followed();
+  // One that has come and gone counts as well: what is from before it must not be sent.
+  if (now.count != here.count || (now.isOut && !here.isOut)) optOutNow(Origin::otherProcess);
 }
 
 void PrivacyTransitions::optOutNow(Origin origin) {
@@ -78,7 +82,8 @@ void PrivacyTransitions::optOutNow(Origin origin) {
 }
 
 void PrivacyTransitions::optInNow(Origin origin) {
-  if (!parts_.privacy.flag() && !parts_.privacy.transitionedOut()) return;
+  catchUpWithOptOut();
+  if (!parts_.privacy.followed().isOut) return;
   {
     base::MutexLock lock(parts_.boundary.lock);
     parts_.session.renew();
@@ -87,6 +92,7 @@ void PrivacyTransitions::optInNow(Origin origin) {
   parts_.privacy.beginOptIn();
   parts_.controlPlane.invalidateAnswers();
   parts_.privacy.completeOptIn(origin);
+  parts_.identity.persistNow();  // what the host has said of the user meanwhile was not written
   parts_.transport.resumeSends();
   parts_.runState.becomeRecovering();
   parts_.recovery.enterRecovery("local_opt_in", true);
@@ -109,10 +115,10 @@ void PrivacyTransitions::resetNow() {
     parts_.queue.discardAll();
     parts_.identity.reset();
     parts_.session.renew();
+    parts_.dedupe.clear();
     tell(hooks.discardHeld);
   }
-  parts_.identity.persistReset();
-  parts_.dedupe.clear();
+  parts_.identity.persistNow();
   tell(hooks.forgetUser);
   if (!parts_.privacy.optedOut()) tell(hooks.restartSources);
   parts_.replay.endAndRotate();

@@ -91,6 +91,7 @@ class PrivacyTransitions {
   void optInNow(Origin origin);
   void resetNow();
   void followNow();
+  void catchUpWithOptOut();
 
   // Constant after construction.
   const PrivacyParts parts_;

@@ -54,8 +54,10 @@ class Recovery::Run {
 std::unique_ptr<Recovery::Run> Recovery::begin() {
   const auto network = guard_.current();
   base::MutexLock lock(lock_);
-  if (std::exchange(recoveryInFlight_, true)) return nullptr;
-  return std::make_unique<Run>(*this, runs_.bump(), network);
+  if (recoveryInFlight_) return nullptr;
+  auto run = std::make_unique<Run>(*this, runs_.bump(), network);
+  recoveryInFlight_ = true;
+  return run;
 }
 
 void Recovery::end(Runs::Token run) {

@@ -1,6 +1,5 @@
 #include "runtime/run_state.h"
 
-#include "events/event_queue.h"
 #include "runtime/privacy_state.h"
 
 namespace zarn::runtime {
@@ -24,10 +23,12 @@ void RunState::becomePaused() {
   pauseLocked();
 }
 
-void RunState::becomePausedAndDiscard() {
+bool RunState::becomePausedAndDiscard(events::EventQueue::DiscardGeneration::Token begun) {
   base::MutexLock lock(lock_);
+  if (begun != queue_.currentDiscardGeneration()) return false;
   pauseLocked();
   queue_.discardAll();
+  return true;
 }
 
 void RunState::becomeRecovering() {

@@ -14,12 +14,9 @@
 
 #include "base/mutex.h"
 #include "control/server_pauses.h"
+#include "events/event_queue.h"
 #include "model/lifecycle_state.h"
 #include "platform/log.h"
-
-namespace zarn::events {
-class EventQueue;
-}
 
 namespace zarn::runtime {
 
@@ -44,8 +41,9 @@ class RunState {
   /// nothing changed, when a pause has come since `pauses` was read: only a later answer lifts it.
   bool becomeRunning(control::ServerPauses::Token pauses);
   void becomePaused();
-  /// Besides, everything that waits is discarded, in the same step.
-  void becomePausedAndDiscard();
+  /// For the answer to a batch: everything that waits is discarded besides, in the same step.
+  /// Nothing when a boundary has come since the queue's discard: the answer belongs to before it.
+  bool becomePausedAndDiscard(events::EventQueue::DiscardGeneration::Token begun);
   void becomeRecovering();
   /// False, and nothing done, while the server pauses: a failure never overrides that.
   bool becomeRecoveringUnlessPaused();

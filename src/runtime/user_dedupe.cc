@@ -7,6 +7,8 @@
 namespace zarn::runtime {
 namespace {
 
+constexpr std::size_t kMostKeys = 2000;  // a host that makes keys up must not fill the memory
+
 /// Equal content gives equal hashes, whatever the order of the keys.
 std::size_t contentHash(const Properties& properties) {
   return std::hash<std::string>()(base::canonicalJson(properties));
@@ -27,6 +29,7 @@ Properties UserDedupe::newUserProperties(const Properties& properties) {
     single.set(key, value);
     const auto hash = contentHash(single);
     base::MutexLock lock(lock_);
+    if (lastUserPropertyHash_.size() >= kMostKeys) lastUserPropertyHash_.clear();
     const auto [last, isFirst] = lastUserPropertyHash_.try_emplace(std::string(key), hash);
     if (isFirst || std::exchange(last->second, hash) != hash) changed.set(key, value);
   }

@@ -208,6 +208,79 @@ TEST_F(PrivacyTest, AResetInTheMidstOfAnIdentifyWins) {
   }
 }
 
+TEST_F(PrivacyTest, NothingIsWrittenAboutAUserWhoHasOptedOut) {
+  TestClient client(host_);
+  client.run();
+  client->optOut();
+  client->identify("alice", {{"email", "alice@example.com"}});
+  client->setSuperProperties({{"plan", "pro"}});
+  client->reset();
+  client->identify("bob", {{"plan", "free"}});
+  settle();
+  EXPECT_EQ(host_.defaults.getString("zarn_user_id"), std::nullopt);
+  for (const char* key : {"zarn_user_properties", "zarn_super_properties"}) {
+    EXPECT_EQ(host_.defaults.getString(key).value_or("{}"), "{}") << key;
+  }
+  client->optIn();
+  EXPECT_EQ(host_.defaults.getString("zarn_user_id"), "bob");
+}
+
+// Rows of before an opt-out may lie where nobody is looking: in a launch that was never configured,
+// under another key, with a process that has died.
+TEST_F(PrivacyTest, NoLaterLaunchFindsWhatAnOptOutDiscarded) {
+  const auto trackInALaunch = [&](const char* key) {
+    TestClient client(host_);
+    client->configure(key, TestClient::options());
+    client->track("from before", {});
+  };
+  trackInALaunch(TestClient::kKey);
+  trackInALaunch("wk_live_x_other_abc");
+  {
+    TestClient client(host_);
+    client->optOut();
+    client->optIn();
+  }
+  for (const char* key : {TestClient::kKey, "wk_live_x_other_abc"}) {
+    TestClient client(host_);
+    client->configure(key, TestClient::options());
+    client->track("from after", {});
+    host_.http.answer("/init", 200, "{}");
+    client.answerConfig();
+    client->flush();
+    settle();
+    EXPECT_EQ(client.waitingNames(), Names{"from after"}) << key;
+  }
+}
+
+// Gone before anybody looks: what waits is from before it all the same.
+TEST_F(PrivacyTest, AnotherProcessesShortOptOutCountsAsWell) {
+  TestClient client(host_);
+  client.configure();
+  client->track("from before", {});
+  runtime::writeOptOut(host_.defaults);
+  runtime::writeOptIn(host_.defaults);
+  client->track("not heard yet", {});
+  settle();
+  client.answerConfig();
+  client->track("from after", {});
+  client->flush();
+  settle();
+  EXPECT_EQ(client.waitingNames(), Names{"from after"});
+}
+
+TEST_F(PrivacyTest, AnOptInOverAnUnnoticedOptOutDiscardsFirst) {
+  TestClient client(host_);
+  client.run();
+  client->track("from before", {});
+  runtime::writeOptOut(host_.defaults);
+  client->optIn();
+  settle();
+  client.answerConfig();
+  client->flush();
+  settle();
+  EXPECT_EQ(host_.http.waitingCount("/batch"), 0u);
+}
+
 TEST_F(PrivacyTest, ASettingThatMakesNoSenseCountsAsAnOptOut) {
   host_.defaults.set("zarn_opt_out", "yes");
   TestClient client(host_);
@@ -347,7 +420,7 @@ TEST_F(PipelinePrivacyTest, OnlyAnAnswerAskedForAfterAPauseLiftsIt) {
   answerConfig(R"({"dataCollection":{}})");
   ASSERT_EQ(state(), LifecycleState::running);
   fetch();
-  pipeline_.runState.becomePausedAndDiscard();  // by the answer to a batch
+  pipeline_.runState.becomePaused();
   answerConfig(R"({"dataCollection":{},"paused":false})");
   EXPECT_EQ(state(), LifecycleState::pausedByServer);
   fetch();

@@ -62,7 +62,9 @@ class EventQueueTest : public ::testing::Test {
       queue_.emplace(sender_, storage_, workQueue_, random_, configuration_,
                      platform::Log(log_, true));
       queue_->onCooldownEntered = [this] { ++cooldowns_; };
-      queue_->onServerPause = [this](std::optional<std::string> reason) { pauseReason_ = reason; };
+      queue_->onServerPause = [this](EventQueue::DiscardGeneration::Token begun) {
+        pause_ = begun;
+      };
       queue_->resume();
     }
     return *queue_;
@@ -93,7 +95,7 @@ class EventQueueTest : public ::testing::Test {
   ScriptedSender sender_;
   model::Configuration configuration_;
   int cooldowns_ = 0;
-  std::optional<std::string> pauseReason_;
+  std::optional<EventQueue::DiscardGeneration::Token> pause_;
   std::optional<EventQueue> queue_;
 };
 
@@ -258,7 +260,7 @@ TEST_F(EventQueueTest, AServerPauseDiscardsAndSuspends) {
   add("d");
   sender_.answer(BatchPaused{"billing"});
   dispatch_.runUntilIdle();
-  EXPECT_EQ(pauseReason_, "billing");
+  EXPECT_EQ(pause_, queue().currentDiscardGeneration());
   EXPECT_TRUE(storage_.ids().empty());
   for (const char* id : {"e", "f", "g"}) add(id);
   queue().flush();

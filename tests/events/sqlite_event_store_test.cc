@@ -161,6 +161,29 @@ TEST_F(SqliteEventStoreTest, ClosingForDeletionLeavesNothingAndOpensAnew) {
   EXPECT_EQ(idsOf(store->fetchPending()), Ids{"B"});
 }
 
+TEST_F(SqliteEventStoreTest, RowsFromBeforeADiscardElsewhereAreNeitherFoundNorAdopted) {
+  const std::string abandoned = directory_.file("abandoned.sqlite");
+  {
+    SqliteEventStore other(abandoned, services());
+    insert(other, {"A", "B"});
+    insert(*open(), {"C"});
+  }
+  ++discards_;
+  auto store = open();
+  EXPECT_TRUE(store->fetchPending().empty());
+  EXPECT_TRUE(store->adopt(abandoned)) << "it may go";
+  EXPECT_TRUE(store->fetchPending().empty());
+  insert(*store, {"D"});
+  reopen(store);
+  EXPECT_EQ(idsOf(store->fetchPending()), Ids{"D"}) << "of after it";
+
+  ++discards_;
+  store->removeAll();
+  insert(*store, {"E"});
+  reopen(store);
+  EXPECT_EQ(idsOf(store->fetchPending()), Ids{"E"});
+}
+
 TEST_F(SqliteEventStoreTest, LogAndFileBecomeSmallAgain) {
   const auto sizeOf = [&](const char* suffix) {
     return std::filesystem::file_size(path_ + suffix);

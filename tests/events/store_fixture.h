@@ -55,7 +55,8 @@ class StoreFixture : public ::testing::Test {
  protected:
   SqliteEventStore::Services services() {
     return {files_, dispatch_.pool(), decodeEvent,
-            [this](std::string_view line) { reports_.emplace_back(line); }};
+            [this](std::string_view line) { reports_.emplace_back(line); },
+            [this] { return discards_; }};
   }
   std::unique_ptr<SqliteEventStore> open(const std::string& vfs = {}) {
     return std::make_unique<SqliteEventStore>(path_, services(), vfs);
@@ -80,6 +81,7 @@ class StoreFixture : public ::testing::Test {
   desktop::PosixFiles files_{{directory_.path(), "test"}, environment_, log_};
   const std::string path_ = directory_.file("events-x.sqlite");
   std::vector<std::string> reports_;
+  std::int64_t discards_ = 0;
 };
 
 }  // namespace zarn::events

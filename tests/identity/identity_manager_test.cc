@@ -189,7 +189,7 @@ TEST_F(IdentityResetTest, ChangesAllButTheDeviceInOneStep) {
   EXPECT_EQ(after->idMembers.find("old user"), std::string::npos);
   EXPECT_EQ(before->userId, "old user");  // what was taken before stays one picture
 
-  manager->persistReset();
+  manager->persistNow();
   const auto next = launch();
   EXPECT_EQ(next->snapshot()->idMembers, after->idMembers);
   expectNobody(*next);
@@ -205,13 +205,13 @@ TEST_F(IdentityResetTest, NoOlderWriteBringsTheUserBack) {
   };
   fill(*manager);  // waits on the queue
   manager->reset();
-  manager->persistReset();
+  manager->persistNow();
   expectReset();
 
   fill(*manager);
   stores_.secrets.beforeRead = [&] { manager->reset(); };  // while the write is under way
   dispatch_.runOne();
-  manager->persistReset();
+  manager->persistNow();
   expectReset();
 
   fill(*manager);  // two resets in a row, one of which is slower to be stored
@@ -219,8 +219,8 @@ TEST_F(IdentityResetTest, NoOlderWriteBringsTheUserBack) {
   fill(*manager);
   manager->reset();
   dispatch_.runUntilIdle();
-  manager->persistReset();
-  manager->persistReset();
+  manager->persistNow();
+  manager->persistNow();
   expectReset();
 }
 
@@ -230,7 +230,7 @@ TEST_F(IdentityResetTest, WhatTheNextUserDoesMeanwhileStays) {
   manager->reset();
   manager->identify("new user", {{"plan", "new"}}, nullptr);
   dispatch_.runUntilIdle();
-  manager->persistReset();
+  manager->persistNow();
   const auto next = launchAfterKill();
   EXPECT_EQ(next->snapshot()->userId, "new user");
   EXPECT_EQ(next->userProperties(), (Properties{{"plan", "new"}}));
@@ -246,7 +246,7 @@ TEST_F(IdentityResetTest, OutlivesAKill) {
   EXPECT_EQ(launchAfterKill()->snapshot()->userId, "old user");
 
   manager->reset();
-  manager->persistReset();
+  manager->persistNow();
   const auto next = launchAfterKill();
   EXPECT_EQ(anonymousId(next), anonymousId(manager));
   expectNobody(*next);
@@ -261,7 +261,7 @@ TEST_F(IdentityResetTest, NeverPairsTheNewIdWithTheOldUserWhateverFails) {
 
   stores_.defaults.failCommits(true);  // killed between the two stores
   manager->reset();
-  manager->persistReset();
+  manager->persistNow();
   {
     const auto next = launchAfterKill();
     EXPECT_EQ(anonymousId(next), anonymousId(manager));
@@ -278,7 +278,7 @@ TEST_F(IdentityResetTest, NeverPairsTheNewIdWithTheOldUserWhateverFails) {
   stores_.secrets.failWrites(true);
   fill(*manager);
   manager->reset();
-  manager->persistReset();
+  manager->persistNow();
   manager->identify("new user", {}, nullptr);
   dispatch_.runUntilIdle();
   stores_.defaults.commit();
@@ -292,7 +292,7 @@ TEST_F(IdentityResetTest, ByAnotherProcessIsNotUndoneByThisOne) {
   fill(*here);
   dispatch_.runUntilIdle();
   there->reset();
-  there->persistReset();
+  there->persistNow();
   there->identify("new user", {}, nullptr);
   dispatch_.runUntilIdle();
 
@@ -308,7 +308,7 @@ TEST_F(IdentityResetTest, ByAnotherProcessIsNotUndoneByThisOne) {
     EXPECT_TRUE(next->userProperties().empty());
   }
   here->reset();
-  here->persistReset();
+  here->persistNow();
   there->setSuperProperty("late", true);
   dispatch_.runUntilIdle();
   const auto next = launch();
@@ -338,7 +338,7 @@ TEST_F(IdentityManagerTest, APictureIsOfOnePersonOnly) {
       manager->identify("user of " + of, {{"of", of}}, nullptr);
       manager->setSuperProperty("of", of);
       manager->reset();
-      if (i % 2 == 0) manager->persistReset();
+      if (i % 2 == 0) manager->persistNow();
     }
     isDone = true;
   });
@@ -356,7 +356,7 @@ TEST_F(IdentityManagerTest, APictureIsOfOnePersonOnly) {
   while (!isDone) dispatch_.runUntilIdle();
   changes.join();
   looks.join();
-  manager->persistReset();
+  manager->persistNow();
   const auto next = launchAfterKill();
   EXPECT_EQ(anonymousId(next), anonymousId(manager));
   expectNobody(*next);

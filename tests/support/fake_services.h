@@ -67,6 +67,7 @@ class FakeDefaults final : public platform::Defaults {
     base::MutexLock lock(mutex_);
     return values_.find(std::string(key)) != values_.end();
   }
+  using Defaults::set;
   void set(std::string_view key, bool value) override { put(key, value); }
   void set(std::string_view key, double value) override { put(key, value); }
   void set(std::string_view key, std::string_view value) override { put(key, std::string(value)); }

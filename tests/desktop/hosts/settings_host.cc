@@ -60,12 +60,12 @@ class Host {
                                                          .executor = dispatch_.pool()});
     manager->identify("old user", {{"plan", "old plan"}}, nullptr);
     manager->setSuperProperty("theme", "old theme");
-    manager->persistReset();
+    manager->persistNow();
     if (!defaults_.commit()) std::abort();
     say(manager->snapshot()->anonymousId);
     manager->setSuperProperty("late", "old theme");
     manager->reset();
-    manager->persistReset();
+    manager->persistNow();
     say(manager->snapshot()->anonymousId);
   }
 
