@@ -54,8 +54,17 @@ void ReplayPolicyKeeper::apply(const Policy& policy, const PolicyAnswer& answer)
   if (answer.paused) return;
   const auto trust = admission_.trust();
   if (answer.pauses != now_.pauses()) return;  // a pause has come since it was asked for
-  queue_.async(base::weakly(
-      scope_, [this, policy, trust, pauses = answer.pauses] { admit(policy, trust, pauses); }));
+  {
+    base::MutexLock lock(replayBootstrapLock_);
+    ++receivedPolicies_;
+  }
+  queue_.async(base::weakly(scope_, [this, policy, trust, pauses = answer.pauses] {
+    {
+      base::MutexLock lock(replayBootstrapLock_);
+      --receivedPolicies_;
+    }
+    admit(policy, trust, pauses);
+  }));
 }
 
 void ReplayPolicyKeeper::admit(const Policy& policy, Trust::Token trust,
@@ -101,6 +110,7 @@ void ReplayPolicyKeeper::reconcileNow() {
   std::optional<Restrictions::Token> before;
   {
     base::MutexLock lock(replayBootstrapLock_);
+    if (receivedPolicies_ > 0) return;  // the newest may be narrower, and comes here by itself
     before = restrictions_.current();
     policy = resolvedReplayPolicy_;
   }

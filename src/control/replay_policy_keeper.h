@@ -91,6 +91,7 @@ class ReplayPolicyKeeper {
       ZARN_GUARDED_BY(replayBootstrapLock_);
   std::optional<model::ReplayRemotePolicy> attemptedReplayPolicy_
       ZARN_GUARDED_BY(replayBootstrapLock_);
+  int receivedPolicies_ ZARN_GUARDED_BY(replayBootstrapLock_) = 0;  // and not yet admitted
   Restrictions restrictions_ ZARN_GUARDED_BY(replayBootstrapLock_);
   std::optional<bool> enabledByProject_ ZARN_GUARDED_BY(replayBootstrapLock_);
   base::Scope scope_;

@@ -77,6 +77,8 @@ ReplayPolicyFileStore::Result ReplayPolicyFileStore::finishGlobalPurge(
     }
     envelope.globalPurgePending = false;
     envelope.globalPurgeRevision.reset();
+    // Nothing of before is left to be purged in any scope.
+    for (auto& [key, snapshot] : envelope.snapshots) snapshot.boundaryComplete = true;
     return Result::done;
   });
 }
