@@ -91,7 +91,10 @@ TEST_F(ConsentTest, AnOptOutHoldsWhenTheProcessIsKilledRightAfter) {
     }
     EXPECT_EQ(requests(), before) << "and none at the end";
     Host host(*this);
+    fault(R"({"kind":"delay","delay_ms":9000})");
     host("opt-in");
+    host("track", "void");
+    noFaults();  // only now the policy can come
     host("await-policy");
     host("track", "again");
     host("deliver");
@@ -141,10 +144,12 @@ TEST_F(ConsentTest, AnOptOutInOneProcessStopsTheOther) {
   chooser("deliver");
   other("track", "allowed");
   other("deliver");
+  other("track", "waiting");
 
   chooser("opt-out");
   const std::size_t before = requests();
   other("send", "void");
+  other("await-empty");
   EXPECT_EQ(other.ask("opted-out"), "yes");
   expectSilence(before);
 
@@ -160,6 +165,7 @@ TEST_F(ConsentTest, AnOptOutInOneProcessStopsTheOther) {
   chooser.exit();
   other.exit();
   EXPECT_EQ(arrived("allowed"), 1);
+  EXPECT_EQ(arrived("waiting"), 0);
   EXPECT_EQ(arrived("again"), 1);
   EXPECT_EQ(arrived("void"), 0);
 }

@@ -35,6 +35,9 @@ int main(int argc, char** argv) {
                ? "done"
                : "no";
   };
+  orders["await-empty"] = [](const std::string&) {
+    return comes([] { return Zarn::diagnostics().queue.bufferedEventCount == 0; }) ? "done" : "no";
+  };
   orders["opted-out"] = [](const std::string&) {
     return Zarn::diagnostics().replayStatus == "opted_out" ? "yes" : "no";
   };
