@@ -6,6 +6,9 @@
 #include "platform/defaults.h"
 
 namespace zarn::control {
+
+using Verdict = ReplayPolicyAdmissionCoordinator::Verdict;
+
 namespace {
 
 /// Set from the moment when everything is to be purged until it is: the policy's file is written a
@@ -69,7 +72,6 @@ void ReplayPolicyKeeper::apply(const Policy& policy, const PolicyAnswer& answer)
 
 void ReplayPolicyKeeper::admit(const Policy& policy, Trust::Token trust,
                                ServerPauses::Token pauses) {
-  using Verdict = ReplayPolicyAdmissionCoordinator::Verdict;
   const auto verdict = admission_.admit(policy, trust);
   if (verdict == Verdict::revoked) return;
   const bool persisted = verdict != Verdict::persistenceFailed;
