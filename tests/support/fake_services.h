@@ -2,6 +2,7 @@
 #pragma once
 
 #include <algorithm>
+#include <atomic>
 #include <cstdint>
 #include <functional>
 #include <map>
@@ -235,7 +236,7 @@ class FakeDevice final : public platform::Device {
   std::optional<std::uint64_t> freeBytes;
   std::optional<std::string> thermalWord;
   std::optional<bool> isInForeground;
-  int batteryReads = 0;
+  std::atomic<int> batteryReads = 0;
 };
 
 /// Reports a path when the test says so.

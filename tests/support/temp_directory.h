@@ -11,8 +11,9 @@ namespace zarn::testing {
 
 class TempDirectory {
  public:
-  TempDirectory() {
-    std::string pattern = (std::filesystem::temp_directory_path() / "zarn-XXXXXX").string();
+  TempDirectory() : TempDirectory(std::filesystem::temp_directory_path()) {}
+  explicit TempDirectory(const std::filesystem::path& parent) {
+    std::string pattern = (parent / "zarn-XXXXXX").string();
     if (const char* made = mkdtemp(pattern.data())) path_ = made;
   }
   ~TempDirectory() {
