@@ -127,6 +127,11 @@ void Transport::resumeSends() {
   sendsEnabled_ = true;
 }
 
+void Transport::expirePermits() {
+  base::MutexLock lock(taskLock_);
+  permits_.bump();
+}
+
 void Transport::setReleaseId(std::string releaseId) {
   base::MutexLock lock(taskLock_);
   envelope_.releaseId = std::move(releaseId);

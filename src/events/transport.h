@@ -46,6 +46,8 @@ class Transport : public BatchSender {
   /// Cancels what is under way, and answers each later send at once, without a request.
   void stopSends();
   void resumeSends();
+  /// What was taken before and has not started yet is not sent; what is under way goes on.
+  void expirePermits();
 
   void setReleaseId(std::string releaseId);
   /// Empty until the server has named one.

@@ -123,8 +123,10 @@ void ControlPlane::configAnswered(const std::optional<model::ConfigResponse>& re
   if (!response) {
     log_.debug({"[Zarn] Config fetch failed — keeping last resolved policy"});
     epoch_.ifLatest(ticket.epoch, [&] {
-      const bool isNeeded =
-          occasion == Fetch::startUp || runState_.current() == LifecycleState::recovering;
+      // A policy that is in force goes on.
+      const auto state = runState_.current();
+      const bool isNeeded = occasion == Fetch::startUp || state == LifecycleState::recovering ||
+                            state == LifecycleState::initialising;
       if (isNeeded && onRecoveryNeeded) onRecoveryNeeded("config_fetch_failed");
     });
     return;

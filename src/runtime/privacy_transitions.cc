@@ -113,6 +113,7 @@ void PrivacyTransitions::resetNow() {
     // One step: no event can pair the new anonymous id with the old user or session.
     base::MutexLock lock(parts_.boundary.lock);
     parts_.queue.discardAll();
+    parts_.transport.expirePermits();
     parts_.identity.reset();
     parts_.session.renew();
     parts_.dedupe.clear();

@@ -76,7 +76,9 @@ TEST_F(ConsentTest, AnOptOutHoldsWhenTheProcessIsKilledRightAfter) {
       // Waiting, or given to a server that has not taken it.
       const std::int64_t before = count("batches");
       host(*batches == '\0' ? "track" : "send", "undelivered");
-      if (*batches != '\0') ASSERT_TRUE(comes("batches", before + 1));
+      if (*batches != '\0') {
+        ASSERT_TRUE(comes("batches", before + 1));
+      }
       host("opt-out");
       host.kill();
     }
