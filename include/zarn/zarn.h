@@ -93,9 +93,9 @@ class ZARN_API Zarn {
   /// when it is zero, negative or no number). True when the batch was answered, and when nothing is
   /// waiting or under way, whatever the state; false on time-out, without a connection, before
   /// configure, while another batch is under way, and when something waits while the server's
-  /// go-ahead is missing (before its first answer, in recovery, in a pause). Calling it on the thread of the main queue ends the
-  /// process with a message, since the app would freeze; with the desktop backend that thread is
-  /// the library's own, and every thread of the host may call.
+  /// go-ahead is missing (before its first answer, in recovery, in a pause). Calling it on the
+  /// thread of the main queue ends the process with a message, since the app would freeze; with the
+  /// desktop backend that thread is the library's own, and every thread of the host may call.
   static bool flush(double timeoutSeconds) noexcept;
 };
 
