@@ -1,5 +1,7 @@
 #include "server/project_queries.h"
+#include "server/page_json.h"
 
+#include "server/page_json.h"
 #include "server/query_sql.h"
 #include "server/row_json.h"
 
@@ -59,18 +61,7 @@ ProjectQueries::Result ProjectQueries::exchanges(const ExchangeFilter& filter, c
   where.addPage(page, "id");
   Statement query(*lease, std::string(kExchangeColumns) + where.sql() + orderSql(page, "id"));
   where.bindTo(query, 1);
-  JsonOut out;
-  out.object().key(key).array();
-  std::int64_t shown = 0, last = 0;
-  const bool good = lease.each(query, [&](const Statement& row) {
-    writeExchange(out, row);
-    last = row.number(0);
-    ++shown;
-  });
-  if (!good) return std::nullopt;
-  out.end().key("next");
-  shown == page.limit ? out.value(last) : out.null();
-  return out.end().take();
+  return pageJson(lease, query, key, page, writeExchange);
 }
 
 ProjectQueries::Result ProjectQueries::reached(const std::string& project,

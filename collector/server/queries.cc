@@ -1,5 +1,7 @@
 #include "server/queries.h"
+#include "server/page_json.h"
 
+#include "server/page_json.h"
 #include "server/query_sql.h"
 #include "server/row_json.h"
 #include "server/time_text.h"
@@ -82,18 +84,7 @@ Queries::Result Queries::events(const EventFilter& filter, const Page& page, std
   where.addPage(page, "events.seq");
   Statement query(*lease, std::string(kEventColumns) + where.sql() + orderSql(page, "events.seq"));
   where.bindTo(query, 1);
-  JsonOut out;
-  out.object().key("events").array();
-  std::int64_t shown = 0, last = 0;
-  const bool good = lease.each(query, [&](const Statement& row) {
-    writeEvent(out, row);
-    last = row.number(0);
-    ++shown;
-  });
-  if (!good) return std::nullopt;
-  out.end().key("next");
-  shown == page.limit ? out.value(last) : out.null();
-  return out.end().take();
+  return pageJson(lease, query, "events", page, writeEvent);
 }
 
 Queries::Result Queries::event(std::int64_t seq, std::string& error) {
@@ -176,19 +167,10 @@ Queries::Result Queries::batches(const Page& page, std::string& error) {
   Statement query(
       *lease, std::string(kBatchColumns) + " FROM batches" + where.sql() + orderSql(page, "id"));
   where.bindTo(query, 1);
-  JsonOut out;
-  out.object().key("batches").array();
-  std::int64_t shown = 0, last = 0;
-  const bool good = lease.each(query, [&](const Statement& row) {
+  return pageJson(lease, query, "batches", page, [](JsonOut& out, const Statement& row) {
     writeBatch(out, row);
     out.end();
-    last = row.number(0);
-    ++shown;
   });
-  if (!good) return std::nullopt;
-  out.end().key("next");
-  shown == page.limit ? out.value(last) : out.null();
-  return out.end().take();
 }
 
 Queries::Result Queries::batch(std::int64_t id, std::string& error) {

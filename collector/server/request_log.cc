@@ -4,6 +4,7 @@
 #include <rapidjson/memorystream.h>
 #include <rapidjson/stringbuffer.h>
 
+#include "server/page_json.h"
 #include "server/query_sql.h"
 #include "server/row_json.h"
 
@@ -39,12 +40,8 @@ Queries::Result RequestLog::list(const Page& page, std::string& error) {
                   "SELECT id, received_ms, refusal, head, body_at, body_bytes FROM requests" +
                       where.sql() + orderSql(page, "id"));
   where.bindTo(query, 1);
-  JsonOut out;
-  out.object().key("requests").array();
-  std::int64_t shown = 0, last = 0;
-  const bool good = lease.each(query, [&](const Statement& row) {
-    last = row.number(0);
-    out.object().field("id", last);
+  return pageJson(lease, query, "requests", page, [&](JsonOut& out, const Statement& row) {
+    out.object().field("id", row.number(0));
     writeTime(out, "received_at", row, 1);
     std::string body;
     const bool isHere = bodies_.read(row.number(4), row.number(5), body);
@@ -54,12 +51,7 @@ Queries::Result RequestLog::list(const Page& page, std::string& error) {
         .key("body");
     isHere&& isUtf8(body) ? out.value(std::string_view(body)) : out.null();
     out.end();
-    ++shown;
   });
-  if (!good) return std::nullopt;
-  out.end().key("next");
-  shown == page.limit ? out.value(last) : out.null();
-  return out.end().take();
 }
 
 Queries::Result RequestLog::raw(const Page& page, std::string& error) {
