@@ -43,13 +43,6 @@ void OwnStore::adoptAbandoned(const std::string& fileName) {
   }
 }
 
-void OwnStore::deleteAllFiles() {
-  store_.emptyAndClose([this] {
-    if (folder_) removeAllStores(files_, *folder_);
-  });
-  deleteAbandonedStoreFiles(files_);
-}
-
 void deleteAbandonedStoreFiles(platform::Files& files) {
   for (const StoreFolder& folder : StoreFolder::acquireAbandoned(files, files.dataDirectory())) {
     removeAllStores(files, folder);

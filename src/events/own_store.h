@@ -21,11 +21,6 @@ class OwnStore {
 
   SqliteEventStore& store() { return store_; }
 
-  /// Empties this store and deletes its file and those of all other stores, of any project and
-  /// release, in this folder and in folders without an owner. Events stored later go into a new
-  /// file.
-  void deleteAllFiles();
-
  private:
   void adoptAbandoned(const std::string& fileName);
 
@@ -35,7 +30,8 @@ class OwnStore {
   SqliteEventStore store_;
 };
 
-/// As OwnStore::deleteAllFiles, for a client that has no store.
+/// Deletes the files of all stores, of any project and release, in folders without an owner. For a
+/// client that has no store yet.
 void deleteAbandonedStoreFiles(platform::Files& files);
 
 }  // namespace zarn::events

@@ -65,7 +65,7 @@ bool SqliteEventStore::open() {
 
 bool SqliteEventStore::openForInsert() {
   if (table_) return true;
-  if (!mayOpen_ || insertsUntilRetry_-- > 0) return false;
+  if (insertsUntilRetry_-- > 0) return false;
   insertsUntilRetry_ = kInsertsBetweenRetries;
   return open();
 }
@@ -196,28 +196,6 @@ bool SqliteEventStore::adopt(const std::string& path) {
     adopted = table_ && table_->adopt(path, discards());
   });
   return adopted;
-}
-
-void SqliteEventStore::emptyAndClose(const std::function<void()>& whileClosed) {
-  std::unique_ptr<StoreUpkeep> upkeep;
-  std::unique_ptr<EventTable> table;
-  queue_.sync([&] {
-    queue_.assertCurrent();
-    if (table_) table_->removeAll(discards());
-    mayOpen_ = false;
-    isOpen_ = false;
-    table = std::move(table_);
-    upkeep = std::move(upkeep_);
-  });
-  // Outside of the queue, on which upkeep may be waiting for a turn.
-  upkeep.reset();
-  table.reset();
-  queue_.sync([&] {
-    queue_.assertCurrent();
-    whileClosed();
-    mayOpen_ = true;
-    insertsUntilRetry_ = 0;
-  });
 }
 
 void SqliteEventStore::noteFailure(std::atomic<std::uint64_t>& count, std::string_view operation) {

@@ -4,8 +4,7 @@
 //
 //   state     insert                              other operations
 //   open      the row is there when it returns    take effect
-//   closed    tries to open now and then (after   do nothing
-//             emptyAndClose at once)
+//   closed    tries to open now and then          do nothing
 //
 // The store is closed when the file can't be used: no folder, no space, no right to write, or a
 // file that is no database, which stays until it is deleted. Operations then do nothing, are
@@ -74,10 +73,6 @@ class SqliteEventStore final : public EventStorage {
   /// and the file may be deleted.
   bool adopt(const std::string& path);
 
-  /// Removes all rows, closes the database and calls `whileClosed`, which may delete the file. The
-  /// next insert opens it anew.
-  void emptyAndClose(const std::function<void()>& whileClosed);
-
   /// Does not wait.
   StoreHealth health() const;
 
@@ -108,7 +103,6 @@ class SqliteEventStore final : public EventStorage {
   std::unique_ptr<EventTable> table_ ZARN_GUARDED_BY(queue_);  // null while closed
   std::unique_ptr<StoreUpkeep> upkeep_ ZARN_GUARDED_BY(queue_);
   int insertsUntilRetry_ ZARN_GUARDED_BY(queue_) = 0;
-  bool mayOpen_ ZARN_GUARDED_BY(queue_) = true;
   bool owesRemovalOfAll_ ZARN_GUARDED_BY(queue_) = false;  // removeAll has failed so far
   bool hasReported_ ZARN_GUARDED_BY(queue_) = false;
 

@@ -140,25 +140,10 @@ TEST_F(SqliteEventStoreTest, GarbageInTheFilesPlaceStaysUntilItIsDeleted) {
   EXPECT_EQ(reports_.size(), 1u);
   EXPECT_EQ(files_.read(path_), garbage);
 
-  store->emptyAndClose([this] { files_.remove(path_); });
-  EXPECT_FALSE(files_.exists(path_));
-  insert(*store, {"A"});
-  EXPECT_TRUE(store->health().isOpen);
-  EXPECT_EQ(idsOf(store->fetchPending()), Ids{"A"});
-}
-
-TEST_F(SqliteEventStoreTest, ClosingForDeletionLeavesNothingAndOpensAnew) {
-  auto store = open();
-  insert(*store, {"A"});
-  store->emptyAndClose([this] {
-    EXPECT_FALSE(files_.exists(path_ + "-wal"));
-    files_.remove(path_);
-  });
-  EXPECT_TRUE(store->fetchPending().empty());
-  EXPECT_FALSE(files_.exists(path_));
-  insert(*store, {"B"});
-  reopen(store);
-  EXPECT_EQ(idsOf(store->fetchPending()), Ids{"B"});
+  files_.remove(path_);
+  insert(*store, numbered("F", 200));
+  EXPECT_TRUE(store->health().isOpen) << "tried again now and then";
+  EXPECT_FALSE(store->fetchPending().empty());
 }
 
 TEST_F(SqliteEventStoreTest, RowsFromBeforeADiscardElsewhereAreNeitherFoundNorAdopted) {

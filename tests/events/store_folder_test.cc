@@ -90,36 +90,24 @@ TEST_F(OwnStoreTest, DeletingCoversAllFoldersWithoutAnotherOwner) {
   gone.reset();
   std::ofstream(directory_.file("Zarn") + "/events.sqlite-wal") << "x";
   std::ofstream(directory_.file("Zarn") + "/notes.sqlite") << "x";
-  first->deleteAllFiles();
+  first.reset();
+  deleteAbandonedStoreFiles(files_);
   EXPECT_FALSE(has("Zarn", "shop"));
   EXPECT_FALSE(has("Zarn-3", "gone"));
   EXPECT_FALSE(files_.exists(directory_.file("Zarn") + "/events.sqlite-wal"));
   EXPECT_TRUE(files_.exists(directory_.file("Zarn") + "/notes.sqlite"));
   EXPECT_EQ(alive->store().fetchPending().size(), 1u);
-
-  insert(first->store(), {"B"});
-  first.reset();
-  EXPECT_EQ(idsOf(start()->store().fetchPending()), Ids{"B"});
-  deleteAbandonedStoreFiles(files_);
-  EXPECT_FALSE(has("Zarn", "shop"));
-  EXPECT_TRUE(has("Zarn-2", "alive"));
+  EXPECT_TRUE(start()->store().fetchPending().empty());
 }
 
 TEST_F(OwnStoreTest, DeletingLeavesNothingThatAStartWouldTakeOver) {
   const std::string legacy = directory_.file("Zarn/events");
-  const auto writeLegacy = [&] {
-    files_.createDirectories(legacy);
-    std::ofstream(legacy + "/1.json") << "{\"id\":\"A\"}";
-    std::ofstream(legacy + "/2.json") << "not an event";
-  };
-  writeLegacy();
+  files_.createDirectories(legacy);
+  std::ofstream(legacy + "/1.json") << "{\"id\":\"A\"}";
+  std::ofstream(legacy + "/2.json") << "not an event";
   deleteAbandonedStoreFiles(files_);
   EXPECT_FALSE(files_.exists(legacy));
-  auto own = start();
-  writeLegacy();
-  own->deleteAllFiles();
-  insert(own->store(), {"B"});
-  EXPECT_EQ(idsOf(own->store().fetchPending()), Ids{"B"});
+  EXPECT_TRUE(start()->store().fetchPending().empty());
 }
 
 TEST_F(OwnStoreTest, AFileInTheFoldersPlaceLeavesAClosedStore) {
@@ -128,7 +116,6 @@ TEST_F(OwnStoreTest, AFileInTheFoldersPlaceLeavesAClosedStore) {
   insert(own->store(), numbered("E", 100));
   EXPECT_TRUE(own->store().fetchPending().empty());
   EXPECT_EQ(own->store().health().failedInserts, 100u);
-  own->deleteAllFiles();
 }
 
 }  // namespace
