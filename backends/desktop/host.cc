@@ -8,6 +8,7 @@
 
 #include "base/mutex.h"
 #include "base/serial_queue.h"
+#include "desktop/absent_services.h"
 #include "desktop/clock.h"
 #include "desktop/crypto.h"
 #include "desktop/defaults.h"
@@ -17,6 +18,7 @@
 #include "desktop/environment.h"
 #include "desktop/files.h"
 #include "desktop/http_client.h"
+#include "desktop/journal_diagnostics.h"
 #include "desktop/life_events.h"
 #include "desktop/log.h"
 #include "desktop/name_tagger.h"
@@ -24,6 +26,7 @@
 #include "desktop/process.h"
 #include "desktop/random.h"
 #include "desktop/secure_store.h"
+#include "desktop/url_opener.h"
 #include "zarn/desktop.h"
 
 namespace zarn::desktop {
@@ -97,8 +100,17 @@ class DesktopHost {
   ProcessLifeEvents life_;
   CurlHttpClient http_;
   DictionaryNameTagger names_;
-  platform::Host services_{dispatch_, clock_,  random_, log_,   environment_, files_, defaults_,
-                           secrets_,  crypto_, device_, paths_, life_,        http_,  names_};
+  NoRequestHook requests_;
+  JournalDiagnostics diagnostics_;
+  NoNotifications notifications_;
+  NoClipboard clipboard_;
+  NoStoreReceipt receipt_;
+  NoAdNetwork adNetwork_;
+  DesktopUrlOpener opener_;
+  platform::Host services_{
+      dispatch_, clock_,       random_,        log_,       environment_, files_,     defaults_,
+      secrets_,  crypto_,      device_,        paths_,     life_,        http_,      names_,
+      requests_, diagnostics_, notifications_, clipboard_, receipt_,     adNetwork_, opener_};
 };
 
 }  // namespace

@@ -61,9 +61,11 @@ struct ConfigurationOptions {
   /// Whether replay also records while the device is on a cellular network.
   bool replayCaptureOnCellular = false;
 
-  /// Whether a deep link opens its target by itself.
-  bool deepLinkAutoOpen = true;
-  /// Hosts whose web links count as deep links of this app, besides those that the server names.
+  /// Whether a link of one of `universalLinkHosts` that comes through Zarn::handleURL is also
+  /// opened in the program that the user has for it, such as the browser.
+  bool deepLinkAutoOpen = false;
+  /// Hosts, with their subdomains, whose links the server is asked about: it may know more of them
+  /// than the link says. Only these, whatever the server names.
   std::vector<std::string> universalLinkHosts = {};
   /// Whether the first launch may look for a link on the clipboard.
   bool deferredClipboardMatchEnabled = false;

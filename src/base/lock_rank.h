@@ -13,6 +13,9 @@ enum class LockRank : std::uint8_t {
   controlQueue,       // control-plane answers
   workQueue,          // flushes and their answers
   replayPolicyQueue,  // admitting replay policies and purging what was kept under older ones
+  networkAggregator,  // network records are counted, and told as events
+  pushQueue,          // push tokens are handed to the server
+  linksQueue,         // the first launch looks at the clipboard
   controlEpoch,       // one control-plane answer is applied at a time
   identityPersist,    // writing identity down
   identityBoundary,   // identity, session and discard generation read or changed as one step

@@ -3,10 +3,13 @@
 
 namespace zarn::platform {
 
+class AdNetwork;
+class Clipboard;
 class Clock;
 class Crypto;
 class Defaults;
 class Device;
+class DiagnosticsSource;
 class Dispatch;
 class Environment;
 class Files;
@@ -14,9 +17,13 @@ class HttpClient;
 class LifeEvents;
 class LogSink;
 class NameTagger;
+class Notifications;
 class PathMonitor;
 class Random;
+class RequestHook;
 class SecureStore;
+class StoreReceipt;
+class UrlOpener;
 
 /// Only the composition root sees all of it; a class takes exactly the services it uses.
 struct Host {
@@ -34,6 +41,13 @@ struct Host {
   LifeEvents& life;
   HttpClient& http;
   NameTagger& names;
+  RequestHook& requests;
+  DiagnosticsSource& diagnostics;
+  Notifications& notifications;
+  Clipboard& clipboard;
+  StoreReceipt& receipt;
+  AdNetwork& adNetwork;
+  UrlOpener& opener;
 };
 
 /// The host of this process, defined by the backend that the program links. Made at the first call

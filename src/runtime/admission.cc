@@ -51,7 +51,8 @@ bool Admission::passesGates(model::EventType type, std::string_view name) const 
 }
 
 bool Admission::admit(model::EventType type, std::string_view name, const Properties& properties,
-                      std::optional<DiscardGeneration::Token> since) {
+                      std::optional<DiscardGeneration::Token> since,
+                      const std::function<void()>* admitted) {
   if (!passesGates(type, name)) return false;
   std::optional<Picture> picture;
   {
@@ -66,7 +67,17 @@ bool Admission::admit(model::EventType type, std::string_view name, const Proper
       return false;
     }
   }
-  return parts_.queue.enqueue(encode(type, name, properties, *picture), picture->generation);
+  if (!parts_.queue.enqueue(encode(type, name, properties, *picture), picture->generation)) {
+    return false;
+  }
+  if (admitted != nullptr) {
+    base::MutexLock lock(parts_.boundary.lock);
+    if (!parts_.privacy.optedOut() &&
+        picture->generation == parts_.queue.currentDiscardGeneration()) {
+      (*admitted)();
+    }
+  }
+  return true;
 }
 
 model::EncodedEvent Admission::encode(model::EventType type, std::string_view name,
@@ -93,8 +104,15 @@ model::EncodedEvent Admission::encode(model::EventType type, std::string_view na
   std::string encoded;
   encoded.reserve(lastSize);
   const SanitizingRules rules = sanitizingRules(type);
+  const bool isAttributed = attribution && type != model::EventType::pushOpen;
+  const Properties attributed = isAttributed ? attribution() : Properties();
   encodeEvent(encoded, fields, [&](base::JsonWriter& json) {
     for (const auto& [key, value] : picture.identity->superProperties) {
+      if (properties.find(key) == nullptr && attributed.find(key) == nullptr) {
+        parts_.sanitizer.write(json, key, value, rules, false);
+      }
+    }
+    for (const auto& [key, value] : attributed) {
       if (properties.find(key) == nullptr) parts_.sanitizer.write(json, key, value, rules, false);
     }
     for (const auto& [key, value] : properties) {

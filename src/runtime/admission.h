@@ -2,6 +2,7 @@
 // run in a fixed order, the first that fires ends the call, and each has a debug line of its own.
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -60,17 +61,27 @@ class Admission {
  public:
   Admission(const AdmissionParts& parts, platform::Log log) : parts_(parts), log_(log) {}
 
+  /// What every event but the opening of a push is to carry besides its own properties; wins over
+  /// super properties. May be empty. Set before the first event.
+  std::function<Properties()> attribution;
+
   using DiscardGeneration = events::EventQueue::DiscardGeneration;
 
   /// The event is durable when this returns true; false when it was dropped by a rule.
   bool admitEvent(model::EventType type, std::string_view name, const Properties& properties) {
-    return admit(type, name, properties, std::nullopt);
+    return admit(type, name, properties, std::nullopt, nullptr);
+  }
+  /// The same; `admitted` runs when the event is in, in one step against the boundaries, and not at
+  /// all when one has come meanwhile. It may neither wait nor admit.
+  bool admitEvent(model::EventType type, std::string_view name, const Properties& properties,
+                  const std::function<void()>& admitted) {
+    return admit(type, name, properties, std::nullopt, &admitted);
   }
   /// The same for an event that belongs to a change of identity: dropped when a boundary has come
   /// since the change, since it would tie the next user to the last.
   bool admitEvent(model::EventType type, std::string_view name, const Properties& properties,
                   DiscardGeneration::Token since) {
-    return admit(type, name, properties, since);
+    return admit(type, name, properties, since, nullptr);
   }
 
   /// Runs a change of identity in one step against the boundaries, and gives what admitEvent needs
@@ -85,7 +96,7 @@ class Admission {
  private:
   struct Picture;
   bool admit(model::EventType type, std::string_view name, const Properties& properties,
-             std::optional<DiscardGeneration::Token> since);
+             std::optional<DiscardGeneration::Token> since, const std::function<void()>* admitted);
   bool passesGates(model::EventType type, std::string_view name) const;
   model::EncodedEvent encode(model::EventType type, std::string_view name,
                              const Properties& properties, const Picture& picture) const;

@@ -29,6 +29,7 @@
 #include "desktop/secure_store.h"
 #include "platform/host.h"
 #include "support/fake_name_tagger.h"
+#include "support/fake_producer_services.h"
 #include "support/fake_services.h"
 #include "support/scripted_http.h"
 #include "support/temp_directory.h"
@@ -248,10 +249,30 @@ class ConcurrentPrivacyTest : public ::testing::Test {
   testing::FakePathMonitor paths_;
   testing::FakeLifeEvents life_;
   testing::FakeNameTagger names_;
+  testing::FakeProducerServices sources_;
   Transitions optOuts_, resets_;
   BusyServer server_{dispatch_, optOuts_, resets_};
-  platform::Host services_{dispatch_, clock_,  random_, log_,   environment_, files_,  defaults_,
-                           secrets_,  crypto_, device_, paths_, life_,        server_, names_};
+  platform::Host services_{dispatch_,
+                           clock_,
+                           random_,
+                           log_,
+                           environment_,
+                           files_,
+                           defaults_,
+                           secrets_,
+                           crypto_,
+                           device_,
+                           paths_,
+                           life_,
+                           server_,
+                           names_,
+                           sources_.requests,
+                           sources_.diagnostics,
+                           sources_.notifications,
+                           sources_.clipboard,
+                           sources_.receipt,
+                           sources_.adNetwork,
+                           sources_.opener};
   std::unique_ptr<Client> client_ =
       std::make_unique<Client>([this]() -> platform::Host& { return services_; });
 

@@ -115,9 +115,27 @@ struct World {
   ModelDispatch dispatch{host.clock};
   MoodyFiles files{{.dataDirectory = directory.path(), .bundleId = ""}, host.environment, log};
   testing::ModelServer server;
-  platform::Host services{dispatch,   host.clock,    host.random,  log,         host.environment,
-                          files,      host.defaults, host.secrets, host.crypto, host.device,
-                          host.paths, host.life,     server,       host.names};
+  platform::Host services{dispatch,
+                          host.clock,
+                          host.random,
+                          log,
+                          host.environment,
+                          files,
+                          host.defaults,
+                          host.secrets,
+                          host.crypto,
+                          host.device,
+                          host.paths,
+                          host.life,
+                          server,
+                          host.names,
+                          host.sources.requests,
+                          host.sources.diagnostics,
+                          host.sources.notifications,
+                          host.sources.clipboard,
+                          host.sources.receipt,
+                          host.sources.adNetwork,
+                          host.sources.opener};
   bool commitsFail = false;
   bool optOutLasts = true;  // it was made while settings could be committed
   int maxBufferSize = 1000;

@@ -11,6 +11,7 @@
 #include "desktop/files.h"
 #include "platform/host.h"
 #include "support/fake_name_tagger.h"
+#include "support/fake_producer_services.h"
 #include "support/fake_services.h"
 #include "support/manual_dispatch.h"
 #include "support/scripted_http.h"
@@ -34,8 +35,28 @@ struct TestHost {
   FakeLifeEvents life;
   ScriptedHttp http;
   FakeNameTagger names;
-  platform::Host services{dispatch, clock,  random, log,   environment, files, defaults,
-                          secrets,  crypto, device, paths, life,        http,  names};
+  FakeProducerServices sources;
+  platform::Host services{dispatch,
+                          clock,
+                          random,
+                          log,
+                          environment,
+                          files,
+                          defaults,
+                          secrets,
+                          crypto,
+                          device,
+                          paths,
+                          life,
+                          http,
+                          names,
+                          sources.requests,
+                          sources.diagnostics,
+                          sources.notifications,
+                          sources.clipboard,
+                          sources.receipt,
+                          sources.adNetwork,
+                          sources.opener};
 };
 
 /// A client on a host that may have had clients before: a relaunch is a new one on the same host.

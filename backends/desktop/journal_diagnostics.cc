@@ -1,0 +1,8 @@
+#include "desktop/journal_diagnostics.h"
+
+namespace zarn::desktop {
+
+void JournalDiagnostics::start(Receive) {}
+void JournalDiagnostics::stop() {}
+
+}  // namespace zarn::desktop

@@ -1,0 +1,7 @@
+#include "desktop/url_opener.h"
+
+namespace zarn::desktop {
+
+void DesktopUrlOpener::open(const std::string&) {}
+
+}  // namespace zarn::desktop
