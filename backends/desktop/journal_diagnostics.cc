@@ -4,5 +4,6 @@ namespace zarn::desktop {
 
 void JournalDiagnostics::start(Receive) {}
 void JournalDiagnostics::stop() {}
+void JournalDiagnostics::skipToNow() {}
 
 }  // namespace zarn::desktop

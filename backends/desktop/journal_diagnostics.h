@@ -9,6 +9,7 @@ class JournalDiagnostics final : public platform::DiagnosticsSource {
  public:
   void start(Receive receive) override;
   void stop() override;
+  void skipToNow() override;
 };
 
 }  // namespace zarn::desktop

@@ -1,4 +1,6 @@
 // A step of the user that is kept in memory, for whoever looks into a crash.
+//
+//   zarn::Zarn::addBreadcrumb({.category = "cart", .message = "Coupon added", .data = {{"n", 2}}});
 #pragma once
 
 #include <string>

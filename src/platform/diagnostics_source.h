@@ -12,7 +12,7 @@
 
 namespace zarn::platform {
 
-/// The program that the diagnostic is about.
+/// The program that the diagnostic is about. What isn't known is empty.
 struct DiagnosticMeta {
   std::string applicationBuildVersion;
   std::string osVersion;
@@ -26,6 +26,7 @@ struct HangDiagnostic {
 };
 
 struct CrashDiagnostic {
+  /// As BSD numbers them: 7 is SIGEMT, 10 SIGBUS and 12 SIGSYS.
   std::optional<int> signal;
   std::optional<int> exceptionType;
   std::optional<std::string> terminationReason;
@@ -49,6 +50,8 @@ class DiagnosticsSource {
   virtual void start(Receive receive) = 0;
   /// No call begins after this returns, and it waits for one that runs on another thread.
   virtual void stop() = 0;
+  /// What was recorded until now is never handed over. Between stop and start.
+  virtual void skipToNow() = 0;
 };
 
 }  // namespace zarn::platform

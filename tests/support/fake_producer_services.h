@@ -34,10 +34,12 @@ class FakeDiagnosticsSource final : public platform::DiagnosticsSource {
  public:
   void start(Receive receive) override { receive_ = std::move(receive); }
   void stop() override { receive_ = nullptr; }
+  void skipToNow() override { ++skips; }
   bool isStarted() const { return receive_ != nullptr; }
   void deliver(const std::vector<platform::DiagnosticPayload>& payloads) {
     if (receive_) receive_(payloads);
   }
+  int skips = 0;
 
  private:
   Receive receive_;

@@ -1,0 +1,55 @@
+// Tells the server once that the app was installed.
+#pragma once
+
+#include <functional>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "base/mutex.h"
+#include "model/event.h"
+#include "zarn/value.h"
+
+namespace zarn::platform {
+struct AppFacts;
+class Defaults;
+}  // namespace zarn::platform
+
+namespace zarn::links {
+
+/// Any thread.
+class InstallTracker {
+ public:
+  static constexpr const char* kEmittedKey = "zarn_install_emitted";
+  /// Admits an event; see runtime::Admission.
+  using Track =
+      std::function<bool(model::EventType type, std::string_view name, const Properties&)>;
+  /// The id of the click that led to the installation, where one is known.
+  using ClickIdProvider = std::function<std::optional<std::string>()>;
+
+  InstallTracker(platform::Defaults& defaults, const platform::AppFacts& app,
+                 std::function<bool()> isOptedOut, ClickIdProvider clickId, Track track);
+
+  /// Whether the installation had not been reported when this object was made. Stays so.
+  bool isFirstRun() const { return isFirstRun_; }
+
+  /// Reports the installation unless that was done. It is written down before, so a kill in between
+  /// loses the report and never doubles it. While the user has opted out, and where it can't be
+  /// written down, nothing happens and a later launch reports. Several calls report once.
+  void setUp();
+
+ private:
+  bool claim();
+
+  // Constant after construction.
+  platform::Defaults& defaults_;
+  const platform::AppFacts& app_;
+  const std::function<bool()> isOptedOut_;
+  const ClickIdProvider clickId_;
+  const Track track_;
+  const bool isFirstRun_;
+
+  base::Mutex lock_{base::LockRank::leaf};
+};
+
+}  // namespace zarn::links
