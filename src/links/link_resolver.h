@@ -1,0 +1,57 @@
+// LinkResolver: asks the server what it knows of a link.
+#pragma once
+
+#include <functional>
+#include <optional>
+#include <string>
+#include <utility>
+
+#include "base/closure.h"
+#include "model/configuration.h"
+#include "platform/http.h"
+#include "platform/log.h"
+#include "runtime/network_guard.h"
+#include "zarn/deep_link.h"
+
+namespace zarn::links {
+
+struct ResolveResult {
+  /// Whether the server knows the link; the rest is absent when it does not.
+  bool resolved = false;
+  std::optional<std::string> linkId, campaign, mediaSource, targetPath, matchMethod;
+  std::optional<double> matchConfidence;
+};
+
+/// Unresolved unless the body says so, whatever the status.
+ResolveResult readResolveAnswer(const platform::HttpResult& result);
+/// `link` with what the server knows of it.
+ZarnDeepLink merged(ZarnDeepLink link, const ResolveResult& result);
+
+/// Any thread.
+class LinkResolver {
+ public:
+  /// Runs exactly once. A resolved result comes on the control queue; an unresolved one may come
+  /// inside the call, on any thread and with locks held: it is a place to post from, not to act in.
+  using Completion = base::UniqueFunction<void(const ResolveResult&)>;
+
+  LinkResolver(const model::Configuration& configuration, runtime::NetworkGuard& guard,
+               std::function<bool()> isOptedOut, platform::Log log)
+      : configuration_(configuration),
+        guard_(guard),
+        isOptedOut_(std::move(isOptedOut)),
+        log_(log) {}
+
+  /// Asks about the link's click id and the token from the clipboard; nothing is asked where there
+  /// is neither, after an opt-out, or when a boundary has come since `network` was read.
+  void resolve(const ZarnDeepLink& link, const std::optional<std::string>& clipboardToken,
+               runtime::NetworkGuard::Token network, Completion completion);
+
+ private:
+  // Constant after construction.
+  const model::Configuration configuration_;
+  runtime::NetworkGuard& guard_;
+  const std::function<bool()> isOptedOut_;
+  const platform::Log log_;
+};
+
+}  // namespace zarn::links
