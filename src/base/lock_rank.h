@@ -31,6 +31,7 @@ enum class LockRank : std::uint8_t {
   replayAdmission,    // one replay policy is admitted at a time
   replayPolicyFile,   // reading and writing the replay policy's file
   sampler,            // one roll for replay sampling at a time
+  producer,           // a producer's state; settings may be read and written below it
   leaf,               // short, calls nothing out
   dispatch,           // inside executors and serial queues
 };

@@ -49,7 +49,7 @@ class InstallTracker {
   const Track track_;
   const bool isFirstRun_;
 
-  base::Mutex lock_{base::LockRank::leaf};
+  base::Mutex lock_{base::LockRank::producer};
 };
 
 }  // namespace zarn::links

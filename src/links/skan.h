@@ -61,7 +61,7 @@ class Skan {
   const bool internalDevForced_;
   const DebugLine debugLine_;
 
-  mutable base::Mutex lock_{base::LockRank::leaf};
+  mutable base::Mutex lock_{base::LockRank::producer};
   bool enabled_ ZARN_GUARDED_BY(lock_) = false;
   bool schemaAcknowledged_ ZARN_GUARDED_BY(lock_) = false;
   ZarnSKAN::CvSchema schema_ ZARN_GUARDED_BY(lock_);

@@ -116,7 +116,7 @@ class FakeDefaults final : public platform::Defaults {
     base::MutexLock lock(mutex_);
     values_[std::string(key)] = std::move(value);
   }
-  mutable base::Mutex mutex_{base::LockRank::dispatch};
+  mutable base::Mutex mutex_{base::LockRank::leaf};  // as the real one
   std::map<std::string, Stored> values_ ZARN_GUARDED_BY(mutex_);
   std::map<std::string, Stored> committed_ ZARN_GUARDED_BY(mutex_);
   bool failCommits_ ZARN_GUARDED_BY(mutex_) = false;
