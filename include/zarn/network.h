@@ -4,6 +4,7 @@
 //
 //   auto network = zarn::Zarn::networkDelegate();
 //   ...
+//   zarn::NetworkTask task;  // one for each request
 //   network->didFinishCollectingMetrics(task, {.url = url, .status = 200, .duration = 0.12});
 //
 // For libcurl there is zarn/curl.h, which fills all of this in.
@@ -19,7 +20,7 @@
 #include "zarn/export.h"
 
 namespace zarn::network {
-class RequestCapture;
+class NetworkTracker;
 struct TaskMark;
 }  // namespace zarn::network
 
@@ -28,10 +29,13 @@ ZARN_NAMESPACE_BEGIN
 /// One request. Copies are the same request: however many see it end, it is counted once.
 class ZARN_API NetworkTask {
  public:
-  NetworkTask();
+  NetworkTask() noexcept;
+  // No moves: one that was moved from would be no request.
+  NetworkTask(const NetworkTask&) = default;
+  NetworkTask& operator=(const NetworkTask&) = default;
 
  private:
-  friend network::TaskMark;
+  friend network::NetworkTracker;
   std::shared_ptr<network::TaskMark> mark_;
 };
 
@@ -71,12 +75,13 @@ class ZARN_API NetworkDelegate {
 };
 
 /// Records each request and passes everything on to the delegate it was made around. Any thread;
-/// recording one request takes less than a microsecond. Nothing is recorded while the user has
-/// opted out, or the server has switched network statistics off.
+/// recording one request takes less than a microsecond. Nothing is recorded before
+/// Zarn::configure, while the user has opted out, or while the server has switched network
+/// statistics off; nor are requests by other schemes than "http" and "https".
 class ZARN_API ZarnNetworkDelegateProxy final : public NetworkDelegate {
  public:
   /// By Zarn::networkDelegate.
-  ZarnNetworkDelegateProxy(std::shared_ptr<network::RequestCapture> capture,
+  ZarnNetworkDelegateProxy(std::shared_ptr<network::NetworkTracker> tracker,
                            std::shared_ptr<NetworkDelegate> wrapped);
   ~ZarnNetworkDelegateProxy() override;
 
@@ -91,5 +96,26 @@ class ZARN_API ZarnNetworkDelegateProxy final : public NetworkDelegate {
   struct State;
   const std::unique_ptr<State> state_;
 };
+
+/// What is known of a request by stacks that count from its start on, such as libcurl. Seconds;
+/// what is not above zero is not known.
+struct TransferReadings {
+  const char* url = nullptr;     // null or empty: there is no record
+  const char* method = nullptr;  // null or empty counts as GET
+  long status = 0;               // 0: no HTTP response came
+  bool hasError = false;
+  double total = 0;
+  // From the start until the name was found, the connection stood and the first byte came.
+  double nameFound = 0, connected = 0, firstByte = 0;
+  /// Over a connection that stood before: there was nothing to look up and to connect.
+  bool isConnectionReused = false;
+  /// It followed redirects: the moments are sums over several attempts, of which none is known.
+  bool wasRedirected = false;
+  std::int64_t bytesSent = 0, bytesReceived = 0;
+};
+
+/// Tells `delegate` of the request. What the delegate throws stops here.
+ZARN_API void reportTransfer(NetworkDelegate& delegate, const NetworkTask& task,
+                             const TransferReadings& readings) noexcept;
 
 ZARN_NAMESPACE_END
