@@ -28,10 +28,11 @@ constexpr Word<FaultKind> kKinds[] = {{"status", FaultKind::status},
                                       {"garbled", FaultKind::garbled},
                                       {"mistyped", FaultKind::mistyped},
                                       {"body", FaultKind::body}};
-constexpr Word<Endpoint> kEndpoints[] = {{"batch", Endpoint::batch},
-                                         {"init", Endpoint::init},
-                                         {"recovery", Endpoint::recovery},
-                                         {"config", Endpoint::config}};
+constexpr Word<Endpoint> kEndpoints[] = {
+    {"batch", Endpoint::batch},          {"init", Endpoint::init},
+    {"recovery", Endpoint::recovery},    {"config", Endpoint::config},
+    {"resolve", Endpoint::resolve},      {"validate", Endpoint::validate},
+    {"register", Endpoint::registration}};
 constexpr Word<Verdict> kVerdicts[] = {{"accept", Verdict::accept},
                                        {"permanent", Verdict::permanent},
                                        {"transient", Verdict::transient},
@@ -102,7 +103,7 @@ bool isOfPolicy(FaultKind kind) {
 std::string finish(FaultRule& rule, bool hasKind, bool hasStatus) {
   if (!hasKind) return "kind is missing";
   if (rule.kind == FaultKind::body && !hasStatus) rule.status = 200;
-  if (isOfPolicy(rule.kind) && rule.endpoint == Endpoint::batch) {
+  if (isOfPolicy(rule.kind) && rule.endpoint && !tellsPolicy(*rule.endpoint)) {
     return std::string(faultWord(rule.kind)) + " is for the endpoints init, recovery and config";
   }
   if (rule.kind == FaultKind::outcomes && rule.endpoint && rule.endpoint != Endpoint::batch) {
@@ -146,6 +147,11 @@ std::uint64_t mixed(std::uint64_t seed, std::uint64_t n) {
 }
 
 }  // namespace
+
+bool tellsPolicy(Endpoint endpoint) {
+  return endpoint == Endpoint::init || endpoint == Endpoint::recovery ||
+         endpoint == Endpoint::config;
+}
 
 std::string_view endpointWord(Endpoint endpoint) {
   for (const auto& word : kEndpoints) {
@@ -211,7 +217,7 @@ std::optional<FaultRule> faultFromWords(std::string_view words, std::string& err
 bool concerns(const FaultRule& rule, Endpoint endpoint, std::string_view project) {
   if (!rule.project.empty() && rule.project != project) return false;
   if (rule.kind == FaultKind::outcomes && endpoint != Endpoint::batch) return false;
-  if (isOfPolicy(rule.kind) && endpoint == Endpoint::batch) return false;
+  if (isOfPolicy(rule.kind) && !tellsPolicy(endpoint)) return false;
   const bool isInit = rule.endpoint == Endpoint::init && endpoint == Endpoint::recovery;
   return !rule.endpoint || rule.endpoint == endpoint || isInit;
 }

@@ -18,8 +18,18 @@ namespace zarn::collector {
 
 class JsonOut;
 
-/// `recovery` is the init request of a client that recovers.
-enum class Endpoint { batch, init, recovery, config };
+enum class Endpoint {
+  batch,
+  init,
+  recovery,  // the init request of a client that recovers
+  config,
+  resolve,       // of a link
+  validate,      // of an install
+  registration,  // of a push token; "register" for people
+};
+
+/// Whether the endpoint's answers tell the policy.
+bool tellsPolicy(Endpoint endpoint);
 
 enum class FaultKind {
   status,    // answers `status`

@@ -59,11 +59,12 @@ int serve(const Options& options) {
                                                    : std::filesystem::path(options.webDirectory));
   const std::string address = "http://127.0.0.1:" + std::to_string(server.port());
   ProjectBook book(*store);
-  WireApi wire(*store, book, faults, feed);
+  AnswerBook answers(*store);
+  WireApi wire(*store, book, answers, faults, feed);
   ControlApi control(*store, faults, feed,
                      {ZARN_COLLECTOR_VERSION, address, options.dataDirectory, options.mostBodyBytes,
                       assets.hasViewer(), nowMs()});
-  ProjectApi projects(*store, book, feed);
+  ProjectApi projects(*store, book, answers, feed);
   Router router(wire, control, projects, assets);
   std::thread serving([&] { server.run(router); });
   std::printf("zarn-collector: listening on %s\n", address.c_str());

@@ -98,7 +98,7 @@ Reply ProjectApi::edit(const Request& request) {
 Reply ProjectApi::remove(const Request& request) {
   const std::string project = projectOf(request);
   std::string error;
-  const bool good = book_.remove(project, error);
+  const bool good = answers_.remove(project, error) && book_.remove(project, error);
   return changed(project, good, error);
 }
 
@@ -116,6 +116,16 @@ Reply ProjectApi::resume(const Request& request) {
   std::string error;
   const bool good = book_.resume(project, error);
   return changed(project, good, error);
+}
+
+Reply ProjectApi::answers(const Request& request) {
+  return jsonReply(answersJson(answers_.answers(projectOf(request))));
+}
+
+Reply ProjectApi::setAnswers(const Request& request) {
+  std::string error;
+  if (!answers_.edit(projectOf(request), request.body, error)) return errorReply(400, error);
+  return answers(request);
 }
 
 Reply ProjectApi::changes(const Request& request) {

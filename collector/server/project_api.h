@@ -4,6 +4,7 @@
 
 #include <string>
 
+#include "server/answer_book.h"
 #include "server/installation_queries.h"
 #include "server/live_feed.h"
 #include "server/project_book.h"
@@ -15,9 +16,10 @@ namespace zarn::collector {
 
 class ProjectApi {
  public:
-  ProjectApi(Store& store, ProjectBook& book, LiveFeed& feed)
+  ProjectApi(Store& store, ProjectBook& book, AnswerBook& answers, LiveFeed& feed)
       : store_(store),
         book_(book),
+        answers_(answers),
         feed_(feed),
         queries_(store.file()),
         installations_(store.file()),
@@ -30,6 +32,8 @@ class ProjectApi {
   Reply remove(const Request& request);
   Reply pause(const Request& request);
   Reply resume(const Request& request);
+  Reply answers(const Request& request);
+  Reply setAnswers(const Request& request);
   Reply changes(const Request& request);
   Reply wait(const Request& request);
   Reply exchanges(const Request& request);
@@ -46,6 +50,7 @@ class ProjectApi {
 
   Store& store_;
   ProjectBook& book_;
+  AnswerBook& answers_;
   LiveFeed& feed_;
   ProjectQueries queries_;
   InstallationQueries installations_;

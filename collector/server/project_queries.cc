@@ -35,13 +35,15 @@ void writeExchange(JsonOut& out, const Statement& row) {
   out.end();
 }
 
-// The first and the last answer that told an app of the newest policy and of the newest pause.
+// Only these endpoints tell of the settings. The first and the last answer that told an app of the
+// newest policy and of the newest pause.
 constexpr std::string_view kReached = R"sql(
   SELECT environment, app, max(received_ms), count(*),
     min(CASE WHEN policy != '' AND revision >= ?1 THEN answered_ms END),
     min(CASE WHEN paused IS NOT NULL AND revision >= ?2 THEN answered_ms END),
     max(CASE WHEN answered_ms IS NOT NULL THEN revision END)
-  FROM exchanges WHERE project = ?3 GROUP BY environment, app ORDER BY environment, app)sql";
+  FROM exchanges WHERE project = ?3 AND endpoint IN ('batch', 'init', 'recovery', 'config')
+  GROUP BY environment, app ORDER BY environment, app)sql";
 
 }  // namespace
 

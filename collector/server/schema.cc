@@ -25,6 +25,9 @@ CREATE TABLE IF NOT EXISTS events(
   raw TEXT NOT NULL
 );
 CREATE INDEX IF NOT EXISTS events_by_name ON events(name);
+CREATE INDEX IF NOT EXISTS events_by_type ON events(type);
+CREATE INDEX IF NOT EXISTS events_by_attribution ON events(seq)
+  WHERE instr(raw, '"attribution_push_id"') > 0;
 CREATE INDEX IF NOT EXISTS events_by_session ON events(session);
 CREATE INDEX IF NOT EXISTS events_by_user ON events(user) WHERE user IS NOT NULL;
 CREATE INDEX IF NOT EXISTS events_by_batch ON events(batch);
@@ -127,6 +130,11 @@ CREATE TABLE IF NOT EXISTS exchanges(
   problems TEXT NOT NULL
 );
 CREATE INDEX IF NOT EXISTS exchanges_by_app ON exchanges(project, environment, app, answered_ms);
+CREATE INDEX IF NOT EXISTS exchanges_by_endpoint ON exchanges(endpoint);
+CREATE TABLE IF NOT EXISTS answers(
+  project TEXT PRIMARY KEY,
+  json TEXT NOT NULL
+);
 PRAGMA user_version = 2;
 )sql";
 

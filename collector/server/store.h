@@ -45,6 +45,10 @@ class Store {
   bool addChange(const std::string& project, const ProjectSettings& settings);
   /// Every change, in order, with its project.
   std::vector<std::pair<std::string, ProjectSettings>> changes() const;
+  /// Keeps what a project answers, as JSON; empty text forgets it.
+  bool setAnswers(const std::string& project, std::string_view json);
+  /// Each project with its answers.
+  std::vector<std::pair<std::string, std::string>> answers() const;
   bool reset();
 
   /// The place of a kept event; 0 when it is not here.

@@ -141,4 +141,18 @@ std::vector<std::pair<std::string, ProjectSettings>> Store::changes() const {
   return all;
 }
 
+bool Store::setAnswers(const std::string& project, std::string_view json) {
+  const Lock lock(mutex_);
+  if (json.empty()) return statements_->removeAnswers.bind(1, project).run();
+  return statements_->setAnswers.bind(1, project).bind(2, json).run();
+}
+
+std::vector<std::pair<std::string, std::string>> Store::answers() const {
+  const Lock lock(mutex_);
+  std::vector<std::pair<std::string, std::string>> all;
+  Statement query(*database_, "SELECT project, json FROM answers");
+  while (query.step()) all.emplace_back(query.text(0), query.text(1));
+  return all;
+}
+
 }  // namespace zarn::collector

@@ -50,11 +50,13 @@ struct Store::Statements {
         addChange(database,
                   "INSERT INTO changes(revision, changed_ms, project, policy_revision,"
                   " pause_revision, policy, paused, release_id, app_id, what)"
-                  " VALUES(?,?,?,?,?,?,?,?,?,?)") {}
+                  " VALUES(?,?,?,?,?,?,?,?,?,?)"),
+        setAnswers(database, "INSERT OR REPLACE INTO answers(project, json) VALUES(?,?)"),
+        removeAnswers(database, "DELETE FROM answers WHERE project = ?") {}
 
   bool areGood() const {
-    for (const Statement* each :
-         {&addEvent, &rawOf, &addBatch, &addExchange, &noteAnswered, &lastPolicy, &addChange}) {
+    for (const Statement* each : {&addEvent, &rawOf, &addBatch, &addExchange, &noteAnswered,
+                                  &lastPolicy, &addChange, &setAnswers}) {
       if (each->failed()) return false;
     }
     return true;
@@ -72,6 +74,8 @@ struct Store::Statements {
   Statement keepContext;
   Statement addRequest;
   Statement addChange;
+  Statement setAnswers;
+  Statement removeAnswers;
 };
 
 }  // namespace zarn::collector

@@ -1,6 +1,8 @@
 #include "server/wire_api.h"
 
 #include "server/batch_reader.h"
+#include "server/call_check.h"
+#include "server/call_plan.h"
 #include "server/exchange_plan.h"
 #include "server/feed_text.h"
 #include "server/json.h"
@@ -129,6 +131,46 @@ Reply WireApi::config(const Request& request) {
   return exchange(Endpoint::config, request, std::move(caller));
 }
 
+Reply WireApi::resolve(const Request& request) {
+  return call(Endpoint::resolve, request);
+}
+
+Reply WireApi::validate(const Request& request) {
+  return call(Endpoint::validate, request);
+}
+
+Reply WireApi::registerToken(const Request& request) {
+  return call(Endpoint::registration, request);
+}
+
+Reply WireApi::call(Endpoint endpoint, const Request& request) {
+  CallFacts facts;
+  std::string error;
+  if (request.refusal) return refuseCall(endpoint, request, *request.refusal);
+  if (!isJson(request)) return refuseCall(endpoint, request, {415, kWrongType});
+  if (!checkCall(endpoint, request.body, facts, error)) {
+    return refuseCall(endpoint, request, {400, error});
+  }
+  if (!request.authorization.empty()) {
+    facts.caller.problems.push_back("the Authorization header does not belong to this request");
+  }
+  const std::string project = facts.caller.project;
+  const ProjectSettings settings = book_.settings(project);
+  CallMeeting meeting;
+  meeting.fault = faults_.strike(endpoint, project);
+  meeting.answers = answers_.answers(project);
+  meeting.paused = pauseOf(settings, faults_);
+  ExchangeRecord record;
+  record.receivedMs = nowMs();
+  record.endpoint = endpoint;
+  record.newest = settings.revision;
+  record.request = facts.shown.substr(0, kMostKept);
+  Reply reply = planCall(record, facts, meeting);
+  record.caller = std::move(facts.caller);
+  keep(record, reply);
+  return reply;
+}
+
 Reply WireApi::refuseCall(Endpoint endpoint, const Request& request, Refusal refusal) {
   Reply reply = errorReply(refusal.status, refusal.message);
   ExchangeRecord record;
@@ -137,7 +179,7 @@ Reply WireApi::refuseCall(Endpoint endpoint, const Request& request, Refusal ref
   record.caller.problems.push_back(std::move(refusal.message));
   record.status = reply.status;
   record.cause = "refused";
-  record.request = request.body.substr(0, kMostKept);
+  if (!bringsSecrets(endpoint)) record.request = request.body.substr(0, kMostKept);
   record.response = reply.body;
   keep(record, reply);
   return reply;

@@ -1,6 +1,8 @@
-// The endpoints that the library speaks to: init, config and batch.
+// The endpoints that the library speaks to: batch, init and config, and the calls about links,
+// installs and push tokens.
 #pragma once
 
+#include "server/answer_book.h"
 #include "server/batch_plan.h"
 #include "server/fault_board.h"
 #include "server/live_feed.h"
@@ -12,12 +14,16 @@ namespace zarn::collector {
 
 class WireApi {
  public:
-  WireApi(Store& store, ProjectBook& book, FaultBoard& faults, LiveFeed& feed)
-      : store_(store), book_(book), faults_(faults), feed_(feed) {}
+  WireApi(Store& store, ProjectBook& book, const AnswerBook& answers, FaultBoard& faults,
+          LiveFeed& feed)
+      : store_(store), book_(book), answers_(answers), faults_(faults), feed_(feed) {}
 
   Reply batch(const Request& request);
   Reply init(const Request& request);
   Reply config(const Request& request);
+  Reply resolve(const Request& request);
+  Reply validate(const Request& request);
+  Reply registerToken(const Request& request);
   /// Keeps any request as it came, before it is answered.
   void record(const Request& request);
 
@@ -26,12 +32,14 @@ class WireApi {
   Reply finish(BatchRecord& record, Reply reply);
   Reply refuseCall(Endpoint endpoint, const Request& request, Refusal refusal);
   Reply exchange(Endpoint endpoint, const Request& request, CallerFacts caller);
+  Reply call(Endpoint endpoint, const Request& request);
   void tellPause(const BatchRecord& batch, const ProjectSettings& settings, const Meeting& meeting,
                  Reply& reply);
   void keep(ExchangeRecord& record, Reply& reply);
 
   Store& store_;
   ProjectBook& book_;
+  const AnswerBook& answers_;
   FaultBoard& faults_;
   LiveFeed& feed_;
 };

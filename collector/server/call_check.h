@@ -1,0 +1,27 @@
+// The wire form of the calls about links, installs and push tokens: what a well-formed one looks
+// like, what is wrong with one that is not, and what of it may be shown.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include "server/fault_rule.h"
+#include "server/wire_check.h"
+
+namespace zarn::collector {
+
+struct CallFacts {
+  CallerFacts caller;
+  std::string clickId, clipboardToken;  // of a resolve; empty: it has none
+  /// The body with digests in place of token and receipt ("token_sha256"). Where it may hold such,
+  /// values that are of no known key, or no texts, are null.
+  std::string shown;
+};
+
+/// Whether bodies of the endpoint bring what is not to be shown.
+bool bringsSecrets(Endpoint endpoint);
+
+/// For resolve, validate and registration. False, with a message, when the body is no JSON object.
+bool checkCall(Endpoint endpoint, std::string_view json, CallFacts& facts, std::string& error);
+
+}  // namespace zarn::collector
