@@ -59,7 +59,8 @@ class DeferredClipboardMatcher {
   void begin(const ClipboardGates& gates) ZARN_REQUIRES(queue_);
   void detected(bool probableUrl) ZARN_REQUIRES(queue_);
   void read(const std::string& text) ZARN_REQUIRES(queue_);
-  void end(Outcome outcome, const char* why);
+  /// `why` is the line for the debug log, if there is one.
+  void end(Outcome outcome, const char* why = nullptr);
 
   // Constant after construction.
   platform::Clipboard& clipboard_;

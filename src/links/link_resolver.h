@@ -27,6 +27,14 @@ ResolveResult readResolveAnswer(const platform::HttpResult& result);
 /// `link` with what the server knows of it.
 ZarnDeepLink merged(ZarnDeepLink link, const ResolveResult& result);
 
+/// What the resolver has of the rest of the library.
+struct LinkResolverHooks {
+  std::function<bool()> isOptedOut;
+  /// Keeps the click that a deferred link tells of for the report of the installation. On the
+  /// control queue, before the result.
+  std::function<void(const std::string& clickId)> keepInstallClickId;
+};
+
 /// Any thread.
 class LinkResolver {
  public:
@@ -35,11 +43,8 @@ class LinkResolver {
   using Completion = base::UniqueFunction<void(const ResolveResult&)>;
 
   LinkResolver(const model::Configuration& configuration, runtime::NetworkGuard& guard,
-               std::function<bool()> isOptedOut, platform::Log log)
-      : configuration_(configuration),
-        guard_(guard),
-        isOptedOut_(std::move(isOptedOut)),
-        log_(log) {}
+               LinkResolverHooks hooks, platform::Log log)
+      : configuration_(configuration), guard_(guard), hooks_(std::move(hooks)), log_(log) {}
 
   /// Asks about the link's click id and the token from the clipboard; nothing is asked where there
   /// is neither, after an opt-out, or when a boundary has come since `network` was read.
@@ -50,7 +55,7 @@ class LinkResolver {
   // Constant after construction.
   const model::Configuration configuration_;
   runtime::NetworkGuard& guard_;
-  const std::function<bool()> isOptedOut_;
+  const LinkResolverHooks hooks_;
   const platform::Log log_;
 };
 

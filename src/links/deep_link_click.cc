@@ -1,0 +1,58 @@
+#include "links/deep_link_click.h"
+
+#include <algorithm>
+#include <string>
+#include <string_view>
+
+#include "base/hex.h"
+#include "base/text.h"
+#include "base/value_access.h"
+#include "links/link_parser.h"
+#include "platform/crypto.h"
+
+namespace zarn::links {
+namespace {
+
+constexpr std::size_t kMostCharacters = 256;
+constexpr std::size_t kMostNameCharacters = 64;
+/// A character may be any number of bytes long.
+constexpr std::size_t kMostBytesPerCharacter = 4;
+constexpr std::string_view kCampaignPrefix = "utm_";
+
+std::string cutText(std::string_view text, std::size_t mostCharacters) {
+  std::size_t bytes = std::min(text.size(), mostCharacters * kMostBytesPerCharacter);
+  while (bytes > 0 && bytes < text.size() && (text[bytes] & 0xC0) == 0x80) --bytes;
+  return std::string(base::prefixOfCharacters(text.substr(0, bytes), mostCharacters));
+}
+
+void addCampaign(Properties& properties, const std::map<std::string, std::string>& parameters) {
+  std::size_t count = 0;
+  for (auto at = parameters.lower_bound(std::string(kCampaignPrefix));
+       at != parameters.end() && at->first.starts_with(kCampaignPrefix); ++at) {
+    if (at->first.size() == kCampaignPrefix.size()) continue;
+    if (++count > kMostCampaignParameters) break;
+    properties.set(cutText(at->first, kMostNameCharacters), cutText(at->second, kMostCharacters));
+  }
+  const auto campaign = parameters.find("~campaign");
+  if (campaign != parameters.end() && parameters.find("utm_campaign") == parameters.end()) {
+    properties.set("utm_campaign", cutText(campaign->second, kMostCharacters));
+  }
+}
+
+}  // namespace
+
+Properties clickProperties(const ZarnDeepLink& link, const ParsedLink& parsed,
+                           platform::Crypto& crypto) {
+  using base::ValueAccess;
+  Properties properties{
+      {"link_host", cutText(parsed.host, kMostCharacters)},
+      {"link_path_hash", ValueAccess::opaque(base::shortHash(crypto.sha256(link.path)))},
+      {"source", ValueAccess::opaque(std::string(rawValue(link.source)))},
+      {"is_deferred", link.isDeferred}};
+  if (link.linkId) properties.set("link_id", cutText(*link.linkId, kMostCharacters));
+  if (parsed.clickId) properties.set("zarn_click_id", ValueAccess::opaque(*parsed.clickId));
+  addCampaign(properties, link.parameters);
+  return properties;
+}
+
+}  // namespace zarn::links
