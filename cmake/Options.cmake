@@ -11,6 +11,8 @@ option(ZARN_UNITY_BUILD "Compile the library's sources several at a time" OFF)
 set(ZARN_SANITIZE "" CACHE STRING "Sanitizers, such as address,undefined or thread")
 set(ZARN_PRODUCTION_ENDPOINT "https://ingest.zarn.example" CACHE STRING "Server of the environment production")
 set(ZARN_DEVELOPMENT_ENDPOINT "https://ingest-dev.zarn.example" CACHE STRING "Server of the environment development")
+set(ZARN_OWN_DOMAINS "zarn.example zarn-dev.example zarn-preview.example"
+    CACHE STRING "Base domains of our servers, with blanks between: traffic to them is not the app's")
 set(ZARN_WIRE_PLATFORM "ios" CACHE STRING "Platform word under which the server files what is sent")
 if(NOT ZARN_WIRE_PLATFORM MATCHES "^[a-z0-9_-]+$")
   message(FATAL_ERROR "ZARN_WIRE_PLATFORM must be one word of a-z, 0-9, _ and -")

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <cmath>
+#include <iterator>
+#include <sstream>
 
 #include "base/text.h"
 
@@ -82,6 +84,14 @@ const Endpoints& builtInEndpoints() {
   static const Endpoints& endpoints =
       *new Endpoints{ZARN_PRODUCTION_ENDPOINT, ZARN_DEVELOPMENT_ENDPOINT};
   return endpoints;
+}
+
+const std::vector<std::string>& ownDomains() {
+  static const auto& domains = *new std::vector<std::string>([] {
+    std::istringstream text(ZARN_OWN_DOMAINS);
+    return std::vector<std::string>(std::istream_iterator<std::string>(text), {});
+  }());
+  return domains;
 }
 
 std::string Configuration::projectId() const {

@@ -17,6 +17,9 @@ struct Endpoints {
 
 /// The server addresses that the library was built with.
 const Endpoints& builtInEndpoints();
+/// The domains under which the library's servers stand, in lower case: traffic to them is not the
+/// host app's.
+const std::vector<std::string>& ownDomains();
 
 /// Copied into whatever needs it; nothing changes it after configure.
 struct Configuration {

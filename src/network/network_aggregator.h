@@ -17,6 +17,7 @@
 #include <vector>
 
 #include "base/generation.h"
+#include "network/hosts.h"
 #include "network/network_record.h"
 #include "zarn/value.h"
 
@@ -39,18 +40,12 @@ struct NetworkEvents {
   std::function<void(std::string_view name, const Properties& properties, Token generation)> emit;
 };
 
-/// Hosts whose traffic is the library's own, in lower case.
-struct OwnHosts {
-  std::vector<std::string> domains;  // with everything below them
-  std::string selfHost;              // exactly this one
-};
-
 /// Confined to one serial queue.
 class NetworkAggregator {
  public:
-  /// Begins the first window.
+  /// Begins the first window, under `generation`.
   NetworkAggregator(NetworkRecordBuffer& buffer, const platform::Clock& clock, OwnHosts ownHosts,
-                    NetworkEvents events);
+                    NetworkEvents events, NetworkEvents::Token generation);
 
   /// Every 5 seconds: takes what has come; every 6th time, tells the window.
   void tick();
@@ -58,7 +53,7 @@ class NetworkAggregator {
   void flush();
 
   /// From now on, single requests to these hosts and those below them are told.
-  void enableDiagnostics(double maxEventsPerMin, std::vector<std::string> allowlist);
+  void enableDiagnostics(double maxEventsPerMin, const std::vector<std::string>& allowlist);
   void disableDiagnostics();
 
  private:
@@ -70,19 +65,18 @@ class NetworkAggregator {
   };
   struct Bucket {
     std::int64_t count = 0;
-    std::array<std::int64_t, 5> latency{};  // see kLatencySlots
+    std::array<std::int64_t, 5> latency{};  // from the fastest requests to the slowest
     std::int64_t requestBytes = 0, responseBytes = 0;
   };
   using Entry = std::map<Key, Bucket>::value_type;
 
   void drain();
   void count(const NetworkRecord& record);
-  bool isOwn(std::string_view lowerCaseHost) const;
   void tellWindow();
   Properties summary(Date now) const;
   static Properties routeObject(const Entry& entry);
   void beginWindow(Date now);
-  bool takesDiagnostics(const NetworkRecord& record, std::string_view lowerCaseHost);
+  bool takesDiagnostics(const NetworkRecord& record, std::string_view comparable);
   void tellDiagnostics(const NetworkRecord& record, const std::string& route) const;
 
   // Constant after construction.
@@ -97,7 +91,7 @@ class NetworkAggregator {
   Date windowStart_;
   std::uint64_t windowDroppedRecords_ = 0;
 
-  std::vector<std::string> diagnosticAllowlist_;  // in lower case; empty is off
+  std::vector<std::string> diagnosticAllowlist_;  // comparable; empty is off
   double diagnosticMaxEventsPerMin_ = 60;
   std::optional<Date> diagnosticWindowStart_;
   std::int64_t diagnosticEmittedInWindow_ = 0;

@@ -67,8 +67,11 @@ class NetworkObservation {
 
  private:
   struct Running;
+  void begin(NetworkEvents::Token generation);
+  void tick();
+  void end();
   template <typename F>
-  void postToRunning(F action);
+  void postToAggregator(F action);
 
   // Constant after construction.
   const std::shared_ptr<NetworkTracker> tracker_;

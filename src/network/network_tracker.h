@@ -11,7 +11,6 @@
 #include <functional>
 #include <memory>
 
-#include "base/mutex.h"
 #include "network/network_record_buffer.h"
 #include "platform/request_hook.h"
 #include "zarn/network.h"

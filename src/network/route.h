@@ -11,19 +11,17 @@
 namespace zarn::network {
 
 /// `rawPath` is percent-encoded, since encoding hides identifiers: "a%40b.c" is an address. What
-/// follows a "?" or "#" is left out, encoded ones included. Double slashes become single ones.
+/// follows a "?" or "#" is left out, also where these are encoded. Double slashes become single
+/// ones.
 std::string routeOf(std::string_view rawPath);
 
-/// Whether a segment, decoded, is an identifier: digits, a UUID, 16 or more hexadecimal digits, an
-/// e-mail address, a token of 20 or more letters and digits, or anything of more than 64 bytes.
+/// Whether a segment, decoded, identifies somebody or something: digits, a UUID, 16 or more
+/// hexadecimal digits, an e-mail address, a token of 20 or more letters and digits with "_" and
+/// "-", 7 or more digits among signs other than letters, and any text with a blank in it or of more
+/// than 64 bytes.
 bool isIdentifier(std::string_view segment);
 
 /// "2xx" to "5xx", "error" for everything else.
 std::string_view statusBucketOf(std::int16_t statusCode);
-
-/// Whether it looks like the name or address of a server, of at most 253 bytes: letters, digits,
-/// ".",
-/// "-" and "_" of ASCII, or an IPv6 address.
-bool isPlainHost(std::string_view host);
 
 }  // namespace zarn::network
