@@ -65,7 +65,8 @@ int serve(const Options& options) {
                      {ZARN_COLLECTOR_VERSION, address, options.dataDirectory, options.mostBodyBytes,
                       assets.hasViewer(), nowMs()});
   ProjectApi projects(*store, book, answers, feed);
-  Router router(wire, control, projects, assets);
+  ReportApi reports(*store);
+  Router router(wire, control, projects, reports, assets);
   std::thread serving([&] { server.run(router); });
   std::printf("zarn-collector: listening on %s\n", address.c_str());
   std::fflush(stdout);

@@ -9,6 +9,7 @@ namespace {
 using WireHandler = Reply (WireApi::*)(const Request&);
 using ControlHandler = Reply (ControlApi::*)(const Request&);
 using ProjectHandler = Reply (ProjectApi::*)(const Request&);
+using ReportHandler = Reply (ReportApi::*)(const Request&);
 
 // A "*" in a path takes one part of any text.
 struct Route {
@@ -17,6 +18,7 @@ struct Route {
   WireHandler wire = nullptr;
   ControlHandler control = nullptr;
   ProjectHandler project = nullptr;
+  ReportHandler report = nullptr;
 };
 
 constexpr Route kRoutes[] = {
@@ -61,6 +63,10 @@ constexpr Route kRoutes[] = {
     {"GET", "/api/collector/calls", nullptr, nullptr, &ProjectApi::calls},
     {"GET", "/api/collector/installations", nullptr, nullptr, &ProjectApi::installations},
     {"GET", "/api/collector/installations/*", nullptr, nullptr, &ProjectApi::installation},
+    {"GET", "/api/collector/reports/network", nullptr, nullptr, nullptr, &ReportApi::network},
+    {"GET", "/api/collector/reports/links", nullptr, nullptr, nullptr, &ReportApi::links},
+    {"GET", "/api/collector/reports/push", nullptr, nullptr, nullptr, &ReportApi::push},
+    {"GET", "/api/collector/reports/crashes", nullptr, nullptr, nullptr, &ReportApi::crashes},
     {"GET", "/api/collector/requests", nullptr, nullptr, &ProjectApi::requests},
     {"GET", "/api/collector/requests/raw", nullptr, nullptr, &ProjectApi::rawRequests},
 };
@@ -101,6 +107,7 @@ Reply Router::answer(const Request& request) {
       if (hasBody && request.contentType != "application/json") {
         return errorReply(415, "Content-Type must be application/json");
       }
+      if (route.report != nullptr) return (reports_.*route.report)(request);
       if (route.project != nullptr) return (projects_.*route.project)(request);
       return (control_.*route.control)(request);
     }

@@ -5,6 +5,7 @@
 #include "server/assets.h"
 #include "server/control_api.h"
 #include "server/project_api.h"
+#include "server/report_api.h"
 #include "server/request.h"
 #include "server/wire_api.h"
 
@@ -12,8 +13,9 @@ namespace zarn::collector {
 
 class Router {
  public:
-  Router(WireApi& wire, ControlApi& control, ProjectApi& projects, const Assets& assets)
-      : wire_(wire), control_(control), projects_(projects), assets_(assets) {}
+  Router(WireApi& wire, ControlApi& control, ProjectApi& projects, ReportApi& reports,
+         const Assets& assets)
+      : wire_(wire), control_(control), projects_(projects), reports_(reports), assets_(assets) {}
 
   Reply answer(const Request& request);
 
@@ -21,6 +23,7 @@ class Router {
   WireApi& wire_;
   ControlApi& control_;
   ProjectApi& projects_;
+  ReportApi& reports_;
   const Assets& assets_;
 };
 
