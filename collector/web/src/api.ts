@@ -2,6 +2,14 @@
 
 import { parseExactly } from './json';
 import type {
+  Answers,
+  CrashReport,
+  LinksReport,
+  NetworkReport,
+  PushReport,
+  ReportScope,
+} from './report_types';
+import type {
   BatchDetails,
   BatchRow,
   Counts,
@@ -73,6 +81,13 @@ export const api = {
     ask<Project>('POST', `${projectPath(project)}/pause`, { reason }),
   resumeProject: (project: string) => ask<Project>('POST', `${projectPath(project)}/resume`),
   resetProject: (project: string) => ask<Project>('DELETE', projectPath(project)),
+  answers: (project: string) => ask<Answers>('GET', `${projectPath(project)}/answers`),
+  setAnswers: (project: string, answers: Answers) =>
+    ask<Answers>('PUT', `${projectPath(project)}/answers`, answers),
+  networkReport: (of: ReportScope) => ask<NetworkReport>('GET', `reports/network${query({ ...of })}`),
+  linksReport: (of: ReportScope) => ask<LinksReport>('GET', `reports/links${query({ ...of })}`),
+  pushReport: (of: ReportScope) => ask<PushReport>('GET', `reports/push${query({ ...of })}`),
+  crashReport: (of: ReportScope) => ask<CrashReport>('GET', `reports/crashes${query({ ...of })}`),
   installations: () => ask<{ installations: Installation[] }>('GET', 'installations'),
   installation: (id: number) => ask<InstallationDetails>('GET', `installations/${id}`),
   switches: () => ask<Switches>('GET', 'faults'),

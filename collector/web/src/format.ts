@@ -27,6 +27,19 @@ export function bytes(value: number): string {
   return `${(value / 1024 / 1024).toFixed(1)} MB`;
 }
 
+export function percent(part: number, whole: number): string {
+  if (whole <= 0) return '–';
+  const share = (100 * part) / whole;
+  return share > 0 && share < 1 ? '< 1 %' : `${Math.round(share)} %`;
+}
+
+/** A duration of so many milliseconds. */
+export function lasting(ms: number): string {
+  if (ms < 1000) return `${Math.round(ms)} ms`;
+  if (ms < 60_000) return `${(ms / 1000).toFixed(1)} s`;
+  return span(Math.round(ms / 1000));
+}
+
 /** The first part of a UUID, and what stands before it. */
 export function shortId(id: string): string {
   const plain = id.startsWith('no_session_') ? id.slice('no_session_'.length) : id;

@@ -5,6 +5,7 @@ import './style/events.css';
 import './style/inspector.css';
 import './style/requests.css';
 import './style/projects.css';
+import './style/reports.css';
 
 import { api } from './api';
 import { h, icon } from './dom';
@@ -12,15 +13,23 @@ import { count } from './format';
 import markUrl from './icon.svg';
 import { connect, on, onConnection } from './live';
 import { batchesView } from './views/batches';
+import { crashesView } from './views/crashes';
 import { eventsView } from './views/events';
 import { installationsView } from './views/installations';
+import { linksView } from './views/links';
+import { networkView } from './views/network';
 import { iconButton, paths } from './views/parts';
 import { projectsView } from './views/projects';
+import { pushView } from './views/push';
 import { switchesView } from './views/switches';
 
 const pages: [string, string, () => HTMLElement][] = [
   ['events', 'Events', eventsView],
   ['batches', 'Batches', batchesView],
+  ['network', 'Network', networkView],
+  ['links', 'Links', linksView],
+  ['push', 'Push', pushView],
+  ['crashes', 'Crashes', crashesView],
   ['installations', 'Installations', installationsView],
   ['projects', 'Projects', projectsView],
   ['faults', 'Faults', switchesView],
@@ -92,9 +101,11 @@ function start(): void {
     const view = made.get(page) ?? make();
     made.set(page, view);
     outlet.replaceChildren(view);
-    tabs.forEach((tab) =>
-      tab.setAttribute('aria-current', tab.getAttribute('href') === `#/${page}` ? 'page' : 'false'),
-    );
+    for (const tab of tabs) {
+      const isCurrent = tab.getAttribute('href') === `#/${page}`;
+      tab.setAttribute('aria-current', isCurrent ? 'page' : 'false');
+      if (isCurrent) tab.scrollIntoView({ block: 'nearest', inline: 'nearest' });
+    }
   };
   document
     .getElementById('app')

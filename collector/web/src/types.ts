@@ -63,7 +63,7 @@ export interface ExchangeRow {
   id: number;
   received_at: string;
   answered_at: string | null;
-  endpoint: 'init' | 'recovery' | 'config' | 'batch';
+  endpoint: 'init' | 'recovery' | 'config' | 'batch' | 'resolve' | 'validate' | 'register';
   project_id?: string;
   environment?: string;
   app?: string;

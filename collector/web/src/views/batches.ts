@@ -5,35 +5,41 @@ import { h, throttled } from '../dom';
 import { bytes, clock, count, dateAndClock } from '../format';
 import { on } from '../live';
 import type { BatchDetails, BatchItem, BatchRow } from '../types';
+import { type Share, shareBar, sharesText } from './charts';
 import { exchangeRow } from './exchanges';
 import { jsonView } from './json_view';
-import { badge, causeText, emptyState, failure, problemList, statusBadge, tone } from './parts';
+import {
+  badge,
+  causeText,
+  emptyState,
+  eventLink,
+  fact,
+  failure,
+  problemList,
+  statusBadge,
+  tone,
+} from './parts';
 
 // Shares of a batch that were accepted, and that were not, by reason.
 function outcomeBar(row: BatchRow, isFull = false): HTMLElement {
   const silent = row.events - row.accepted - row.permanent - row.transient;
-  const shares: [number, string, string][] = [
+  const shares: Share[] = [
     [row.accepted, 'good', 'accepted'],
     [row.transient, 'warn', 'transient'],
     [row.permanent, 'bad', 'permanent'],
     [silent, 'muted', 'not acknowledged'],
   ];
-  const used = shares.filter(([events]) => events > 0);
   const brief =
     row.accepted === row.events
       ? 'all accepted'
       : row.accepted > 0
         ? `${row.accepted} of ${row.events} accepted`
         : 'none accepted';
-  const text = used.map(([events, , word]) => `${events} ${word}`).join(', ') || 'no events';
+  const text = sharesText(shares) || 'no events';
   return h(
     'div',
     { class: 'outcome', title: text },
-    h(
-      'div',
-      { class: 'outcome-bar', role: 'img', 'aria-label': text },
-      ...used.map(([events, hue]) => h('span', { class: `fill-${hue}`, style: `flex:${events}` })),
-    ),
+    shareBar(shares, text),
     h('span', { class: 'outcome-text' }, row.events === 0 ? 'no events' : isFull ? text : brief),
   );
 }
@@ -66,16 +72,12 @@ function batchRow(row: BatchRow, open: () => void): HTMLElement {
 }
 
 function itemRow([id, fate, verdict, problems]: BatchItem): HTMLElement {
-  const inspect = () => {
-    location.hash = '#/events';
-    window.dispatchEvent(new CustomEvent('inspect', { detail: id }));
-  };
   const label =
     id === ''
       ? h('span', { class: 'none' }, 'no id')
       : fate === 'withheld'
         ? h('span', { class: 'mono' }, id)
-        : h('button', { type: 'button', class: 'link mono', onclick: inspect }, id);
+        : eventLink(id, id);
   return h(
     'li',
     {},
@@ -96,8 +98,6 @@ function policyText(batch: BatchRow): string {
 }
 
 function batchDetails(batch: BatchDetails): HTMLElement {
-  const fact = (label: string, value: string | undefined) =>
-    value ? h('div', { class: 'fact' }, h('dt', {}, label), h('dd', { class: 'mono' }, value)) : null;
   return h(
     'article',
     { class: 'inspector', 'aria-label': `Batch ${batch.id}` },

@@ -2,21 +2,19 @@
 
 import { api } from '../api';
 import { h, throttled } from '../dom';
-import { number } from '../format';
 import { on } from '../live';
+import { hashParameter, setHashParameter } from '../place';
 import type { Counts, EventRow, Filter } from '../types';
 import { eventList } from './event_list';
 import { filters, isFiltered, noFilter } from './filters';
 import { inspector } from './inspector';
-import { emptyState, failure } from './parts';
+import { emptyState, failure, figure } from './parts';
 import { timelineView } from './timeline';
 
 const pageSize = 100;
 const mostShown = 2000;
 
 function figures(counts: Counts): HTMLElement[] {
-  const figure = (label: string, value: number, tone = '') =>
-    h('div', { class: `figure ${tone}` }, h('strong', {}, number(value)), h('span', {}, label));
   return [
     figure('events', counts.unique),
     figure('sessions', counts.sessions),
@@ -119,9 +117,15 @@ export function eventsView(): HTMLElement {
     if (key.key === 'ArrowDown' || key.key === 'j') (key.preventDefault(), list.move(1));
     if (key.key === 'ArrowUp' || key.key === 'k') (key.preventDefault(), list.move(-1));
   });
-  window.addEventListener('inspect', (wanted) => {
-    void api.event((wanted as CustomEvent<string>).detail).then(select, () => undefined);
-  });
+  // "#/events?event=ID", as other pages link to one.
+  const inspectWanted = () => {
+    const id = view.isConnected ? hashParameter('event') : null;
+    if (id === null) return;
+    setHashParameter('event', '');
+    void api.event(id).then(select, () => undefined);
+  };
+  window.addEventListener('hashchange', inspectWanted);
+  queueMicrotask(inspectWanted);
 
   select(null);
   refresh();

@@ -2,6 +2,7 @@
 
 import { h } from '../dom';
 import { clock, count } from '../format';
+import { briefly, isRecord } from '../json';
 import type { ExchangeRow } from '../types';
 import { jsonView } from './json_view';
 import { badge, causeText, problemList, statusBadge, tone } from './parts';
@@ -11,10 +12,26 @@ const asked: Record<string, string> = {
   recovery: 'recovery',
   config: 'config',
   batch: 'batch',
+  resolve: 'link',
+  validate: 'install',
+  register: 'token',
 };
+
+// What requests about links, installs and push tokens were answered; they bring no settings.
+function answerText(row: ExchangeRow): string | null {
+  const answer = isRecord(row.response) ? row.response : {};
+  if (row.endpoint === 'resolve') return answer['resolved'] === true ? 'resolved' : 'not resolved';
+  if (row.endpoint === 'validate') return briefly(answer['validation_status'] ?? 'not validated');
+  if (row.endpoint === 'register') return row.status >= 200 && row.status < 300 ? 'taken' : 'not taken';
+  return null;
+}
+
+export const toldSettings = (row: ExchangeRow): boolean => answerText(row) === null;
 
 /** What the answer told, in words. */
 export function toldText(row: ExchangeRow): string {
+  const answer = answerText(row);
+  if (answer !== null) return answer;
   if (row.revision === null) return 'told nothing';
   const policy = row.policy === null ? 'no policy' : 'policy';
   const pause = row.paused === null ? '' : row.paused ? ', paused' : ', not paused';

@@ -9,7 +9,7 @@ import { hashParameter, setHashParameter } from '../place';
 import type { ExchangeRow, Identity, Installation, InstallationBatch, InstallationDetails } from '../types';
 import { contextCard } from './context_card';
 import { exchangeList, toldText } from './exchanges';
-import { badge, causeText, emptyState, failure, statusBadge, tone } from './parts';
+import { badge, card, causeText, emptyState, fact, failure, statusBadge, tone } from './parts';
 import { lifeline } from './lifeline';
 
 const timeOf = (second: number | null): string =>
@@ -54,8 +54,6 @@ function batchRow(batch: InstallationBatch): HTMLElement {
 
 function factLine(of: InstallationDetails, exchanges: ExchangeRow[]): HTMLElement {
   const last = exchanges.find((each) => each.revision !== null && each.answered_at !== null);
-  const fact = (label: string, value: string) =>
-    h('div', { class: 'fact' }, h('dt', {}, label), h('dd', { class: 'mono' }, value));
   return h(
     'dl',
     { class: 'facts facts-wide' },
@@ -70,15 +68,6 @@ function factLine(of: InstallationDetails, exchanges: ExchangeRow[]): HTMLElemen
       'Last told',
       last ? `${toldText(last)}, at ${dateAndClock(last.answered_at ?? last.received_at)}` : 'nothing',
     ),
-  );
-}
-
-function card(title: string, note: string, ...body: (Node | null)[]): HTMLElement {
-  return h(
-    'section',
-    { class: 'card panel', 'aria-label': title },
-    h('header', { class: 'panel-head' }, h('h2', {}, title), h('small', { class: 'none' }, note)),
-    ...body,
   );
 }
 

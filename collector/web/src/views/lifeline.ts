@@ -4,7 +4,7 @@
 import { h } from '../dom';
 import { clock, count, dateAndClock, shortId, span } from '../format';
 import type { ExchangeRow, InstallationDetails, Session } from '../types';
-import { toldText } from './exchanges';
+import { toldSettings, toldText } from './exchanges';
 
 const mostRows = 60;
 
@@ -42,6 +42,7 @@ function mark(axis: Axis, iso: string, tone: string, title: string): HTMLElement
 }
 
 function exchangeTone(row: ExchangeRow): string {
+  if (!toldSettings(row)) return row.status >= 200 && row.status < 300 ? 'muted' : 'bad';
   if (row.revision === null) return 'bad';
   return row.paused ? 'warn' : 'good';
 }

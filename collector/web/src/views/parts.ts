@@ -1,6 +1,9 @@
 // Small pieces that several views share.
 
 import { h, icon } from '../dom';
+import { clock, dateAndClock, number } from '../format';
+import { briefly } from '../json';
+import type { Sent } from '../report_types';
 
 export const paths = {
   search: 'M9 3.5a5.5 5.5 0 1 1 0 11 5.5 5.5 0 0 1 0-11Zm4.2 9.7 3.3 3.3',
@@ -21,6 +24,48 @@ export function emptyState(title: string, text: string, ...more: Node[]): HTMLEl
 
 export function badge(text: string, tone: string): HTMLElement {
   return h('span', { class: `badge tone-${tone}` }, text);
+}
+
+export function card(title: string, note: string, ...body: (Node | null)[]): HTMLElement {
+  return h(
+    'section',
+    { class: 'card panel', 'aria-label': title },
+    h('header', { class: 'panel-head' }, h('h2', {}, title), h('small', { class: 'none' }, note)),
+    ...body,
+  );
+}
+
+export function figure(label: string, value: number | string, tone = ''): HTMLElement {
+  return h(
+    'div',
+    { class: `figure ${tone}` },
+    h('strong', {}, typeof value === 'number' ? number(value) : value),
+    h('span', {}, label),
+  );
+}
+
+export function fact(label: string, value: string | undefined): HTMLElement | null {
+  return value ? h('div', { class: 'fact' }, h('dt', {}, label), h('dd', { class: 'mono' }, value)) : null;
+}
+
+/** Text of a value that a client sent; '' where there is none. */
+export const sentText = (value: Sent): string =>
+  value === null || value === undefined ? '' : briefly(value);
+
+/** The number that a client sent, if it is one. */
+export function sentNumber(value: Sent): number | null {
+  const found = typeof value === 'string' ? NaN : Number(sentText(value) || NaN);
+  return Number.isFinite(found) ? found : null;
+}
+
+export const timeCell = (iso: string | null): HTMLElement =>
+  iso === null
+    ? h('span', { class: 'none' }, '–')
+    : h('time', { class: 'mono', title: dateAndClock(iso) }, clock(iso));
+
+/** Opens the event in its list. */
+export function eventLink(id: string, text: string): HTMLElement {
+  return h('a', { class: 'link mono', href: `#/events?event=${encodeURIComponent(id)}` }, text);
 }
 
 export function iconButton(path: string, label: string, onclick: () => void, extra = ''): HTMLButtonElement {

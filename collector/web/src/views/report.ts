@@ -1,0 +1,144 @@
+// The frame of a page that shows one report: the choice of project and time above, and below what the
+// report tells, asked for again when something arrives while the page is looked at.
+
+import { api } from '../api';
+import { h, throttled } from '../dom';
+import { on } from '../live';
+import { hashParameter, setHashParameter } from '../place';
+import type { ReportScope } from '../report_types';
+import { failure } from './parts';
+
+export interface ReportPage<T> {
+  element: HTMLElement;
+  load(scope: ReportScope): Promise<T>;
+  show(report: T, scope: ReportScope): void;
+}
+
+const spans: [number, string][] = [
+  [600, '10m'],
+  [3600, '1h'],
+  [86400, '1d'],
+  [0, 'All'],
+];
+
+// One choice for all these pages, so that going from one to the next stays with it.
+let project = '';
+let span = 0;
+
+const scopeNow = (): ReportScope => ({
+  project,
+  from: span === 0 ? undefined : Math.floor(Date.now() / 1000) - span,
+});
+
+function projectButton(name: string, choose: () => void): HTMLElement {
+  return h(
+    'button',
+    {
+      type: 'button',
+      class: 'pick',
+      'data-key': `project ${name}`,
+      'aria-pressed': String(name === project),
+      onclick: choose,
+    },
+    name === '' ? 'All projects' : h('strong', {}, name),
+  );
+}
+
+function spanChoice(choose: () => void): { element: HTMLElement; show(): void } {
+  const buttons = spans.map(([seconds, label]) => {
+    const button = h('button', { type: 'button' }, label);
+    button.addEventListener('click', () => {
+      span = seconds;
+      choose();
+    });
+    return button;
+  });
+  return {
+    element: h('div', { class: 'segments', role: 'group', 'aria-label': 'Arrived within' }, ...buttons),
+    show: () =>
+      buttons.forEach((button, i) => button.setAttribute('aria-pressed', String(spans[i]?.[0] === span))),
+  };
+}
+
+/** Puts new children in place; what the reader has unfolded and where the focus is stay as they were. */
+export function replaceKeeping(parent: Element, children: Node[]): void {
+  const keyOf = (element: Element | null) => element?.closest('[data-key]')?.getAttribute('data-key') ?? null;
+  const folds = new Map(
+    [...parent.querySelectorAll<HTMLDetailsElement>('details[data-key]')].map((each) => [
+      keyOf(each),
+      each.open,
+    ]),
+  );
+  const focused = parent.contains(document.activeElement) ? keyOf(document.activeElement) : null;
+  parent.replaceChildren(...children);
+  for (const each of parent.querySelectorAll<HTMLElement>('[data-key]')) {
+    const key = keyOf(each);
+    if (each instanceof HTMLDetailsElement) each.open = folds.get(key) ?? each.open;
+    if (focused !== null && key === focused) (each.querySelector('summary') ?? each).focus();
+  }
+}
+
+export function reportView<T>(page: ReportPage<T>): HTMLElement {
+  const picks = h('div', { class: 'picks', role: 'group', 'aria-label': 'Projects' });
+  const outlet = h('div', { class: 'project-outlet' });
+  let shown = '';
+  let turn = 0;
+
+  const load = async () => {
+    if (!view.isConnected) return;
+    const mine = ++turn;
+    const scope = scopeNow();
+    try {
+      const [report, { projects }] = await Promise.all([page.load(scope), api.projects()]);
+      if (mine !== turn) return;
+      const names = [...new Set(['', ...projects.map((each) => each.project_id), scope.project])];
+      const told = JSON.stringify([scope.project, names, report]);
+      if (told === shown) return;
+      shown = told;
+      replaceKeeping(
+        picks,
+        names.map((name) => projectButton(name, () => choose(name))),
+      );
+      page.show(report, scope);
+      if (page.element.parentElement !== outlet) outlet.replaceChildren(page.element);
+    } catch (error) {
+      if (mine !== turn) return;
+      shown = '';
+      outlet.replaceChildren(failure(error));
+    }
+  };
+  const choose = (name: string) => {
+    project = name;
+    setHashParameter('project', name);
+    void load();
+  };
+  const within = spanChoice(() => {
+    within.show();
+    void load();
+  });
+  const view = h(
+    'div',
+    { class: 'projects' },
+    h('div', { class: 'project-bar' }, picks, within.element),
+    outlet,
+  );
+  // Also when the reader comes back to the page, for what has arrived meanwhile.
+  const arrive = () => {
+    if (!view.isConnected) return;
+    const wanted = hashParameter('project');
+    if (wanted !== null) project = wanted;
+    else setHashParameter('project', project);
+    within.show();
+    void load();
+  };
+  const refresh = throttled(1000, load);
+  for (const event of ['batch', 'exchange', 'project', 'open', 'reset', 'lagged'] as const)
+    on(event, refresh);
+  // The window slides even when nothing arrives.
+  setInterval(() => {
+    if (span !== 0 && !document.hidden) refresh();
+  }, 5000);
+  window.addEventListener('hashchange', arrive);
+  queueMicrotask(arrive);
+  return view;
+}
