@@ -34,7 +34,7 @@ export function answerOf(texts: AnswerTexts): LinkAnswer {
     ...(texts.target_path === '' ? {} : { target_path: texts.target_path }),
   };
   if (confidence !== '' && !Number.isFinite(Number(confidence)))
-    throw new Error('Confidence must be a number from 0 to 1');
+    throw new Error('Confidence must be a number');
   return {
     ...(texts.match_method === '' ? {} : { match_method: texts.match_method }),
     ...(confidence === '' ? {} : { match_confidence: Number(confidence) }),

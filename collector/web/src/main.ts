@@ -5,6 +5,7 @@ import './style/events.css';
 import './style/inspector.css';
 import './style/requests.css';
 import './style/projects.css';
+import './style/charts.css';
 import './style/reports.css';
 
 import { api } from './api';

@@ -2,7 +2,7 @@
 
 import { createHash } from 'node:crypto';
 
-const uuid = (text) =>
+export const uuid = (text) =>
   createHash('sha256')
     .update(text)
     .digest('hex')
@@ -30,7 +30,7 @@ const products = [
 ];
 const people = ['user-1042', 'user-2210', 'user-3377', undefined];
 
-const wireTime = (ms) => new Date(ms).toISOString().replace(/\.\d+Z$/, 'Z');
+export const wireTime = (ms) => new Date(ms).toISOString().replace(/\.\d+Z$/, 'Z');
 
 /** One visit: some thirty events of one person, the last of them at `end`. */
 export function visit(number, end) {

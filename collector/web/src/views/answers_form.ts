@@ -19,7 +19,8 @@ const validationWords = [
   'not_run',
 ];
 
-function choice(label: string, options: [string, string][], value: string): HTMLSelectElement {
+// The label is null where an element around it says what is chosen.
+function choice(label: string | null, options: [string, string][], value: string): HTMLSelectElement {
   return h(
     'select',
     { 'aria-label': label },
@@ -120,11 +121,11 @@ function answersFields(answers: Answers, change: () => void): Part<Answers> {
     ? validationWords
     : [answers.validation_status, ...validationWords];
   const validation = choice(
-    'Install validation',
+    null,
     words.map((word) => [word, word]),
     answers.validation_status,
   );
-  const status = h('input', { type: 'number', min: 200, max: 599, value: answers.register_status });
+  const status = h('input', { inputmode: 'numeric', value: answers.register_status, autocomplete: 'off' });
   return {
     element: h(
       'div',
@@ -139,18 +140,27 @@ function answersFields(answers: Answers, change: () => void): Part<Answers> {
         h('label', {}, 'Push tokens get', status),
       ),
     ),
-    read: () => ({
-      links: rules.map((rule) => rule.read()),
-      defaultLink: others.read(),
-      validation_status: validation.value,
-      register_status: Number(status.value),
-    }),
+    read() {
+      if (!/^\d+$/.test(status.value.trim())) throw new Error('What push tokens get must be a whole number');
+      return {
+        links: rules.map((rule) => rule.read()),
+        defaultLink: others.read(),
+        validation_status: validation.value,
+        register_status: Number(status.value),
+      };
+    },
   };
 }
 
-export function answersForm(): { element: HTMLElement; show(project: string): Promise<void> } {
+export interface AnswersForm {
+  element: HTMLElement;
+  /** Takes over what the server has, unless something else is being edited. Null: no project is chosen. */
+  show(project: string, answers: Answers | null): void;
+}
+
+export function answersForm(): AnswersForm {
   let project = '';
-  let server = '';
+  let kept: Answers | null = null;
   let baseline = '';
   let fields: Part<Answers> | null = null;
   const title = h('small', { class: 'none' });
@@ -179,27 +189,24 @@ export function answersForm(): { element: HTMLElement; show(project: string): Pr
     state.textContent = isDirty ? 'Not applied yet' : 'As the server has it';
   };
   const write = (answers: Answers) => {
-    server = JSON.stringify(answers);
+    kept = answers;
     fields = answersFields(answers, mark);
     baseline = draft();
     body.replaceChildren(fields.element);
     complain('');
     mark();
   };
-  const load = async () => {
+  const send = async () => {
     const mine = project;
-    const answers = await api.answers(mine);
-    if (mine === project) write(answers);
-  };
-  const guarded = async (run: () => Promise<void>) => {
     try {
-      complain('');
-      await run();
+      if (!fields) return;
+      const answers = await api.setAnswers(mine, fields.read());
+      if (mine === project) write(answers);
     } catch (error) {
       complain(error instanceof Error ? error.message : String(error));
     }
   };
-  discard.addEventListener('click', () => void guarded(load));
+  discard.addEventListener('click', () => kept && write(kept));
   const element = h(
     'form',
     {
@@ -208,9 +215,7 @@ export function answersForm(): { element: HTMLElement; show(project: string): Pr
       oninput: mark,
       onsubmit: (submit: Event) => {
         submit.preventDefault();
-        void guarded(async () => {
-          if (fields) write(await api.setAnswers(project, fields.read()));
-        });
+        void send();
       },
     },
     h('header', { class: 'panel-head' }, h('h2', {}, 'Answers'), title),
@@ -220,26 +225,22 @@ export function answersForm(): { element: HTMLElement; show(project: string): Pr
   );
   return {
     element,
-    async show(name) {
+    show(name, answers) {
       if (name !== project) fields = null;
       project = name;
       title.textContent = name === '' ? '' : `to clients of ${name}`;
-      bar.hidden = name === '';
-      if (name === '') {
+      bar.hidden = answers === null;
+      if (answers === null) {
+        complain('');
         body.replaceChildren(
           h('p', { class: 'says' }, 'Pick a project above to set what its links, installs and tokens get.'),
         );
-        return complain('');
+        return;
       }
-      await guarded(async () => {
-        const answers = await api.answers(name);
-        if (name !== project) return;
-        if (!fields || draft() === baseline) {
-          if (!fields || JSON.stringify(answers) !== server) write(answers);
-        } else if (JSON.stringify(answers) !== server) {
-          state.textContent = 'Not applied yet; the server has changed meanwhile';
-        }
-      });
+      const isNew = JSON.stringify(answers) !== JSON.stringify(kept);
+      if (!fields || (isNew && draft() === baseline)) return write(answers);
+      kept = answers;
+      if (isNew) state.textContent = 'Not applied yet; the server has changed meanwhile';
     },
   };
 }

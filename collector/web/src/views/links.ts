@@ -172,10 +172,16 @@ export function linksView(): HTMLElement {
   const answers = answersForm();
   return reportView({
     element: h('div', { class: 'report' }, facts, answers.element),
-    load: api.linksReport,
-    show(report, { project }) {
+    async load(scope) {
+      const [report, kept] = await Promise.all([
+        api.linksReport(scope),
+        scope.project === '' ? null : api.answers(scope.project),
+      ]);
+      return { report, kept };
+    },
+    show({ report, kept }, { project }) {
       replaceKeeping(facts, told(report));
-      void answers.show(project);
+      answers.show(project, kept);
     },
   });
 }
