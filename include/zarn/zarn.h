@@ -8,9 +8,19 @@
 // fork the child's calls do nothing until it has executed another program.
 #pragma once
 
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "zarn/breadcrumb.h"
+#include "zarn/deep_link.h"
 #include "zarn/diagnostics.h"
 #include "zarn/export.h"
+#include "zarn/network.h"
 #include "zarn/options.h"
+#include "zarn/push.h"
+#include "zarn/skan.h"
 #include "zarn/standard_property.h"
 #include "zarn/text.h"
 #include "zarn/typed_events.h"
@@ -73,6 +83,57 @@ class ZARN_API Zarn {
   /// Records that a goal was reached. `name`: 3 to 64 of the characters a-z, 0-9, "_" and "-";
   /// another one is refused with a line that is printed always.
   static void markGoal(Text name, const Goal& goal = {}) noexcept;
+
+  /// Sees the requests that the host makes with an HTTP stack of its own: hand each one's metrics
+  /// to the proxy, which counts it and passes it on to `wrapped`. The server gets counts by host
+  /// and shape of path. What ends before configure is not counted. For libcurl there is
+  /// zarn/curl.h. Null in a forked child.
+  static std::shared_ptr<ZarnNetworkDelegateProxy> networkDelegate(
+      std::shared_ptr<NetworkDelegate> wrapped = nullptr) noexcept;
+
+  /// Remembers a step of the user, in memory only: the last 100.
+  static void addBreadcrumb(const Breadcrumb& breadcrumb) noexcept;
+
+  /// Calls `handler` with every link that leads into the app, on the thread of the main queue: at
+  /// once, and again when the server knows more of it. A link that came before there was a handler
+  /// is handed over now; of several, the last. The last handler counts; an empty one takes it away.
+  /// What it throws stops there.
+  static void onDeepLink(std::function<void(const ZarnDeepLink&)> handler) noexcept;
+  /// Takes a link with which the app was opened: tells the handler, records that it was followed
+  /// and asks the server about it. False before configure and for text that is no link.
+  static bool handleURL(Text url) noexcept;
+  /// The same for a web link that the user goes on with; false for anything else.
+  static bool handleUserActivity(const UserActivity& activity) noexcept;
+  /// The same for each link that a new window was opened for.
+  static void handleSceneConnection(const SceneConnection& connection) noexcept;
+  /// Asks the server about a link without opening it. `answer` gets the link, with what is known of
+  /// it, exactly once, on the thread of the main queue, within some 3 seconds; nothing before
+  /// configure and for text that is no link.
+  static void resolveLink(Text url,
+                          std::function<void(std::optional<ZarnDeepLink>)> answer) noexcept;
+  /// Keeps what the user has agreed to in matters of advertising, in a form of the app's own;
+  /// absent takes it back. Nothing of it is sent.
+  static void setAdvertisingConsent(std::optional<std::string> consent) noexcept;
+
+  /// Conversion values for the system's ad network.
+  static ZarnSKAN& skan() noexcept;
+
+  /// Registers the token under which the app's push messages reach this device. The server gets it
+  /// once, events only its digest. No effect before configure.
+  static void setPushToken(Text token, PushProvider provider) noexcept;
+  /// The provider has withdrawn the token: the same one may be set again.
+  static void logPushTokenInvalidated(Text token, PushProvider provider) noexcept;
+  // What became of a push message. `userInfo` is its payload; what of its text is sent, and in
+  // which form, is the server's choice, and nothing but a digest unless it says so. A message that
+  // was received twice counts once.
+  /// `appState`: "active", "inactive" or "background".
+  static void logPushReceived(const Properties& userInfo, Text appState) noexcept;
+  /// Later events are attributed to the message, see
+  /// ConfigurationOptions::pushAttributionWindowSeconds. Its link goes the way of Zarn::handleURL.
+  static void logPushOpened(const Properties& userInfo, Text actionIdentifier = "default") noexcept;
+  static void logPushDismissed(const Properties& userInfo) noexcept;
+  /// A button of the message.
+  static void logPushAction(const Properties& userInfo, Text actionIdentifier) noexcept;
 
   /// Stops everything and forgets every event that has not been delivered, until optIn; it holds
   /// for later launches and for all processes of the app. When it returns, nothing is sent any

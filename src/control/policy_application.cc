@@ -95,7 +95,7 @@ void PolicyApplication::applyNetwork(const model::RemoteDataCollectionConfig& po
   tell(network.setProxyCapture, true);
   if (autoTrackNetwork_) tell(network.setSwizzleCapture, true);
   if (autoTrackNetwork_ || (network.proxyInUse && network.proxyInUse())) {
-    tell(network.ensureAggregator);
+    tell(network.ensureAggregator, false);
   }
   if (policy.network && policy.network->diagnosticCapture.value_or(false)) {
     if (isInDiagnosticsSample(deviceId_, policy.network->sampleRate)) {
@@ -113,7 +113,7 @@ void PolicyApplication::enableDiagnostics(const model::NetworkConfig& config) co
   const NetworkTargets& network = targets_.network;
   tell(network.installReplacement);
   tell(network.setSwizzleCapture, true);
-  tell(network.ensureAggregator);
+  tell(network.ensureAggregator, true);
   const NetworkDiagnostics diagnostics{
       .maxEventsPerMin = config.maxEventsPerMin.value_or(60),
       .hostAllowlist = config.hostAllowlist.value_or(std::vector<std::string>())};

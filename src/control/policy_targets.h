@@ -24,7 +24,8 @@ struct NetworkTargets {
   std::function<void(bool)> setSwizzleCapture;
   std::function<void()> installReplacement;
   std::function<bool()> proxyInUse;
-  std::function<void()> ensureAggregator;
+  /// By force: also where no request can come yet.
+  std::function<void(bool force)> ensureAggregator;
   std::function<void()> stopAggregator;
   std::function<void()> disableDiagnostics;
   std::function<void(const NetworkDiagnostics&)> enableDiagnostics;

@@ -7,6 +7,7 @@
 #include "base/text.h"
 #include "core/diagnostics.h"
 #include "core/pipeline.h"
+#include "core/skan.h"
 #include "platform/defaults.h"
 #include "platform/dispatch.h"
 #include "platform/environment.h"
@@ -34,7 +35,15 @@ platform::Log logFor(platform::Host& host, const model::Configuration& configura
 
 }  // namespace
 
-Client::Client(std::function<platform::Host&()> host) : findHost_(std::move(host)) {}
+Client::Client(std::function<platform::Host&()> host)
+    : findHost_(std::move(host)),
+      networkTracker_(std::make_shared<network::NetworkTracker>()),
+      skan_(std::make_unique<ZarnSKAN::Impl>([this]() -> platform::Host& { return this->host(); },
+                                             [this](std::string_view line) {
+                                               if (auto* running = pipeline()) {
+                                                 running->log.debug({line});
+                                               }
+                                             })) {}
 
 platform::Host& Client::host() {
   platform::Host& found = findHost_();
@@ -67,7 +76,8 @@ void Client::configure(std::string_view writeKey, ConfigurationOptions options) 
   if (!model::isUsableHost(configuration.apiHost())) {
     log.debug({"[Zarn] apiHost forms no address: the production endpoint is used"});
   }
-  pipeline_ = std::make_unique<Pipeline>(host, configuration, log);
+  pipeline_ = std::make_unique<Pipeline>(host, configuration, log, networkTracker_);
+  if (earlyLinkHandler_) pipeline_->links->onDeepLink(std::exchange(earlyLinkHandler_, nullptr));
   running_.store(pipeline_.get(), std::memory_order_release);
   pipeline_->start();
 }

@@ -4,15 +4,25 @@
 #include <atomic>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 
 #include "base/mutex.h"
 #include "core/typed_events.h"
+#include "crash/breadcrumb_trail.h"
+#include "links/deep_link_router.h"
+#include "zarn/deep_link.h"
 #include "zarn/diagnostics.h"
+#include "zarn/network.h"
 #include "zarn/options.h"
+#include "zarn/push.h"
+#include "zarn/skan.h"
 #include "zarn/value.h"
 
+namespace zarn::network {
+class NetworkTracker;
+}
 namespace zarn::platform {
 struct Host;
 }
@@ -44,6 +54,27 @@ class Client {
   void trackTyped(const NamedEvent& event) { track(event.name, event.properties); }
   void markGoal(std::string_view name, const Goal& goal);
 
+  std::shared_ptr<ZarnNetworkDelegateProxy> networkDelegate(
+      std::shared_ptr<NetworkDelegate> wrapped);
+  void addBreadcrumb(const Breadcrumb& breadcrumb);
+
+  using DeepLinkHandler = links::DeepLinkRouter::Handler;
+  using LinkAnswer = std::function<void(std::optional<ZarnDeepLink>)>;
+  void onDeepLink(DeepLinkHandler handler);
+  bool handleURL(std::string_view url);
+  bool handleUserActivity(const UserActivity& activity);
+  void handleSceneConnection(const SceneConnection& connection);
+  void resolveLink(std::string_view url, LinkAnswer answer);
+  void setAdvertisingConsent(const std::optional<std::string>& consent);
+  ZarnSKAN& skan();
+
+  void setPushToken(std::string_view token, PushProvider provider);
+  void logPushTokenInvalidated(std::string_view token, PushProvider provider);
+  void logPushReceived(const Properties& userInfo, std::string_view appState);
+  void logPushOpened(const Properties& userInfo, std::string_view actionIdentifier);
+  void logPushDismissed(const Properties& userInfo);
+  void logPushAction(const Properties& userInfo, std::string_view actionIdentifier);
+
   void flush();
   bool flush(double timeoutSeconds);
 
@@ -65,7 +96,14 @@ class Client {
   /// Null until it was asked for: a diagnosis must not keep the app from describing itself.
   std::atomic<platform::Host*> knownHost_ = nullptr;
 
+  // There before configure.
+  const std::shared_ptr<network::NetworkTracker> networkTracker_;
+  crash::BreadcrumbTrail breadcrumbs_;
+  ZarnSKAN skan_;
+
   base::Mutex configureLock_{base::LockRank::configure};
+  /// Given before there was a pipeline.
+  DeepLinkHandler earlyLinkHandler_ ZARN_GUARDED_BY(configureLock_);
   std::unique_ptr<Pipeline> pipeline_ ZARN_GUARDED_BY(configureLock_);
   std::atomic<Pipeline*> running_ = nullptr;
 };

@@ -88,6 +88,10 @@ ZarnDiagnostics diagnosticsOf(const Pipeline& pipeline) {
   }
   now.deepLinkAutoOpen = options.deepLinkAutoOpen;
   now.clipboardMatchEnabled = options.deferredClipboardMatchEnabled;
+  if (const auto source = pipeline.links->lastSource()) now.lastDeepLinkSource = rawValue(*source);
+  if (pipeline.installValidator) {
+    now.installValidationStatus = links::rawValue(pipeline.installValidator->status());
+  }
   now.replayStatus = replayStatus(pipeline, now);
   return now;
 }

@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "core/wiring.h"
 #include "model/stored_event.h"
 #include "platform/clock.h"
 #include "platform/defaults.h"
@@ -15,11 +16,15 @@
 namespace zarn::core {
 namespace {
 
+/// Producers are there before the first policy, and all of them outlive the last.
 control::PolicyTargets policyTargets(Pipeline& pipeline) {
   control::PolicyTargets targets;
   targets.publish = [&](std::shared_ptr<const model::RemoteDataCollectionConfig> config) {
-    pipeline.remoteConfig.publish(std::move(config));
+    pipeline.remoteConfig.publish(config);
+    pipeline.policyPublished(*config);
   };
+  targets.network = networkTargets(pipeline);
+  targets.push = pushTargets(pipeline);
   targets.collectContext = [&] {
     pipeline.transport.setEnrichedContext(pipeline.enrichedContext.collect());
   };
@@ -60,7 +65,7 @@ events::SqliteEventStore::Services storeServices(Pipeline& pipeline) {
 }  // namespace
 
 Pipeline::Pipeline(platform::Host& hostServices, const model::Configuration& configured,
-                   platform::Log debugLog)
+                   platform::Log debugLog, std::shared_ptr<network::NetworkTracker> networkTracker)
     : host(hostServices),
       configuration(configured),
       log(debugLog),
@@ -139,7 +144,13 @@ Pipeline::Pipeline(platform::Host& hostServices, const model::Configuration& con
   upkeepThread->post([] { redaction::PiiFilter::prepare(); });
   wireControl();
   wireSessions();
+  wireNetwork(std::move(networkTracker));
+  wireCrash();
   wireLife();
+  wireInstall();
+  wireLinks();
+  wirePush();
+  wirePrivacy();
 }
 
 void Pipeline::wireControl() {
@@ -183,19 +194,49 @@ void Pipeline::wireLife() {
   host.life.start(base::weakly(wiring, [this](platform::LifeEvent event) {
     switch (event) {
       case platform::LifeEvent::didEnterBackground:
+        network->didEnterBackground();
         if (sessionTracker) sessionTracker->appDidEnterBackground();
         return;
       case platform::LifeEvent::willEnterForeground:
         if (sessionTracker) sessionTracker->appWillEnterForeground();
         return;
       case platform::LifeEvent::willTerminate:
+        network->willTerminate();
         if (sessionTracker) sessionTracker->appWillTerminate();
         return identity.persistNow();  // nothing runs on its queue any more
       case platform::LifeEvent::didBecomeActive:
+        if (push) push->appDidBecomeActive();
+        return;
       case platform::LifeEvent::didReceiveMemoryWarning:
         return;
     }
   }));
+}
+
+void Pipeline::wirePrivacy() {
+  runtime::PrivacyHooks& hooks = transitions.hooks;
+  hooks.forgetCarried = [this] {
+    if (push) push->clearAttribution();
+    deferredInstallClickId.publish(nullptr);
+  };
+  hooks.stopSources = [this] {
+    if (crashTracker) crashTracker->optOut();
+    if (installValidator) installValidator->optOut();
+  };
+  hooks.restartSources = [this] {
+    if (crashTracker) crashTracker->start();
+  };
+  hooks.forgetUser = [this] {
+    links->forgetUser();
+    pushTokens->forgetUser();
+  };
+  transitions.begin();
+}
+
+void Pipeline::policyPublished(const model::RemoteDataCollectionConfig& policy) {
+  links->policyApplied(policy);
+  // After an opt-in the installation is reported late: not before the policy is in force.
+  controlQueue.async(base::weakly(wiring, [this] { installTracker->setUp(); }));
 }
 
 Pipeline::~Pipeline() {

@@ -14,6 +14,7 @@
 #include "control/replay_policy_keeper.h"
 #include "control/replay_policy_store.h"
 #include "core/no_replay.h"
+#include "crash/crash_tracker.h"
 #include "events/event_context.h"
 #include "events/event_queue.h"
 #include "events/own_store.h"
@@ -23,11 +24,17 @@
 #include "identity/identity_manager.h"
 #include "identity/session_ids.h"
 #include "identity/session_tracker.h"
+#include "links/install_tracker.h"
+#include "links/install_validator.h"
+#include "links/links.h"
 #include "model/configuration.h"
 #include "model/published.h"
 #include "model/remote_config.h"
+#include "network/network_observation.h"
 #include "platform/host.h"
 #include "platform/log.h"
+#include "push/push_token_registration.h"
+#include "push/push_tracking.h"
 #include "redaction/pii_filter.h"
 #include "runtime/admission.h"
 #include "runtime/config_refresh.h"
@@ -44,12 +51,17 @@ namespace zarn::core {
 
 /// Any thread once it stands.
 struct Pipeline {
-  Pipeline(platform::Host& host, const model::Configuration& configuration, platform::Log log);
+  /// `networkTracker` may have been handed to hosts before there was a pipeline.
+  Pipeline(platform::Host& host, const model::Configuration& configuration, platform::Log log,
+           std::shared_ptr<network::NetworkTracker> networkTracker);
   ~Pipeline();
 
   /// Asks the server for its policy. Nothing is sent before its answer, and nothing is asked for a
   /// user who has opted out.
   void start();
+
+  /// A policy has just been made the one in force; with the epoch's lock held.
+  void policyPublished(const model::RemoteDataCollectionConfig& policy);
 
   platform::Host& host;
   const model::Configuration configuration;
@@ -102,12 +114,31 @@ struct Pipeline {
   runtime::ConfigRefresh refresh;
   runtime::PrivacyTransitions transitions;
 
+  // Producers, each made where it is wired.
+  std::optional<network::NetworkObservation> network;
+  std::optional<crash::CrashTracker> crashTracker;  // absent while crashes are not tracked
+  model::Published<std::string> deferredInstallClickId;
+  std::optional<links::InstallTracker> installTracker;
+  std::optional<links::InstallValidator> installValidator;  // on the first run only
+  std::optional<links::Links> links;
+  std::optional<push::PushTracking> push;  // absent while pushes are not tracked
+  std::optional<push::PushTokenRegistration> pushTokens;
+
   base::Scope wiring;  // last: what joins the rooms is cut before any of them goes
 
  private:
   void wireControl();
   void wireSessions();
+  void wireNetwork(std::shared_ptr<network::NetworkTracker> tracker);
+  void wireCrash();
+  void wireInstall();
+  void wireLinks();
+  void wirePush();
   void wireLife();
+  void wirePrivacy();
+  bool admit(model::EventType type, std::string_view name, const Properties& properties) {
+    return admission.admitEvent(type, name, properties);
+  }
 };
 
 }  // namespace zarn::core

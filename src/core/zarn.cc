@@ -129,6 +129,67 @@ void Zarn::markGoal(Text name, const Goal& goal) noexcept {
   publicCall([&] { sharedClient().markGoal(name, goal); });
 }
 
+std::shared_ptr<ZarnNetworkDelegateProxy> Zarn::networkDelegate(
+    std::shared_ptr<NetworkDelegate> wrapped) noexcept {
+  return publicCall([&] { return sharedClient().networkDelegate(std::move(wrapped)); });
+}
+
+void Zarn::addBreadcrumb(const Breadcrumb& breadcrumb) noexcept {
+  publicCall([&] { sharedClient().addBreadcrumb(breadcrumb); });
+}
+
+void Zarn::onDeepLink(std::function<void(const ZarnDeepLink&)> handler) noexcept {
+  publicCall([&] { sharedClient().onDeepLink(std::move(handler)); });
+}
+
+bool Zarn::handleURL(Text url) noexcept {
+  return publicCall([&] { return sharedClient().handleURL(url); });
+}
+
+bool Zarn::handleUserActivity(const UserActivity& activity) noexcept {
+  return publicCall([&] { return sharedClient().handleUserActivity(activity); });
+}
+
+void Zarn::handleSceneConnection(const SceneConnection& connection) noexcept {
+  publicCall([&] { sharedClient().handleSceneConnection(connection); });
+}
+
+void Zarn::resolveLink(Text url, std::function<void(std::optional<ZarnDeepLink>)> answer) noexcept {
+  publicCall([&] { sharedClient().resolveLink(url, std::move(answer)); });
+}
+
+void Zarn::setAdvertisingConsent(std::optional<std::string> consent) noexcept {
+  publicCall([&] { sharedClient().setAdvertisingConsent(consent); });
+}
+
+ZarnSKAN& Zarn::skan() noexcept {
+  return sharedClient().skan();
+}
+
+void Zarn::setPushToken(Text token, PushProvider provider) noexcept {
+  publicCall([&] { sharedClient().setPushToken(token, provider); });
+}
+
+void Zarn::logPushTokenInvalidated(Text token, PushProvider provider) noexcept {
+  publicCall([&] { sharedClient().logPushTokenInvalidated(token, provider); });
+}
+
+void Zarn::logPushReceived(const Properties& userInfo, Text appState) noexcept {
+  publicCall([&] { sharedClient().logPushReceived(userInfo, appState); });
+}
+
+void Zarn::logPushOpened(const Properties& userInfo, Text actionIdentifier) noexcept {
+  publicCall([&] { sharedClient().logPushOpened(userInfo, actionIdentifier); });
+}
+
+void Zarn::logPushDismissed(const Properties& userInfo) noexcept {
+  publicCall([&] { sharedClient().logPushDismissed(userInfo); });
+}
+
+void Zarn::logPushAction(const Properties& userInfo, Text actionIdentifier) noexcept {
+  publicCall([&] { sharedClient().logPushAction(userInfo, actionIdentifier); });
+}
+
 void Zarn::optOut() noexcept {
   publicCall([] { sharedClient().optOut(); });
 }

@@ -43,6 +43,7 @@ void PrivacyTransitions::reset() {
 }
 
 void PrivacyTransitions::followOtherProcess() {
+  if (!hasBegun_.load(std::memory_order_acquire)) return;
   if (followIsPosted_.exchange(true)) return;  // every look at the setting notices
   privacyTransitionQueue_.async(base::weakly(scope_, [this] { followNow(); }));
 }
@@ -118,6 +119,7 @@ void PrivacyTransitions::resetNow() {
     parts_.session.renew();
     parts_.dedupe.clear();
     tell(hooks.discardHeld);
+    tell(hooks.forgetCarried);
   }
   parts_.identity.persistNow();
   tell(hooks.forgetUser);

@@ -63,9 +63,12 @@ struct PrivacyHooks {
   /// Drops events that are gathered but not admitted. Called with the boundary's lock held: it may
   /// neither wait nor admit.
   std::function<void()> discardHeld;
+  /// Forgets what every event carries of the user: called with the boundary's lock held as well, so
+  /// that no event of the next user carries it.
+  std::function<void()> forgetCarried;
   std::function<void()> stopSources;
   std::function<void()> restartSources;
-  /// Forgets what belongs to the user: attributions, links, tokens.
+  /// Forgets the rest that belongs to the user: links, tokens.
   std::function<void()> forgetUser;
 };
 
@@ -74,15 +77,17 @@ class PrivacyTransitions {
  public:
   PrivacyTransitions(base::Executor& executor, const PrivacyParts& parts, platform::Log log);
 
-  /// Set before the first call.
+  /// Set before `begin`.
   PrivacyHooks hooks;
+  /// From here on other processes are followed: the hooks and what they act on are in place.
+  void begin() { hasBegun_.store(true, std::memory_order_release); }
 
   void optOut();
   void optIn();
   void reset();
 
   /// Runs what another process's opt-out or opt-in calls for here; soon, on a thread of the
-  /// executor.
+  /// executor. Before `begin` nothing; whoever looks at the setting next notices again.
   void followOtherProcess();
 
  private:
@@ -97,6 +102,7 @@ class PrivacyTransitions {
   const PrivacyParts parts_;
   const platform::Log log_;
 
+  std::atomic<bool> hasBegun_ = false;
   std::atomic<bool> followIsPosted_ = false;
   base::SerialQueue privacyTransitionQueue_;
   base::Scope scope_;

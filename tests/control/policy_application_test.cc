@@ -48,7 +48,8 @@ class PolicyApplicationTest : public ::testing::Test {
         .setSwizzleCapture = toggle("swizzle"),
         .installReplacement = [note] { note("replacement"); },
         .proxyInUse = [this] { return proxyInUse_; },
-        .ensureAggregator = [note] { note("aggregator"); },
+        .ensureAggregator =
+            [note](bool force) { note(force ? "aggregator by force" : "aggregator"); },
         .stopAggregator = [note] { note("no aggregator"); },
         .disableDiagnostics = [note] { note("no diagnostics"); },
         .enableDiagnostics =
@@ -127,9 +128,10 @@ TEST_F(PolicyApplicationTest, DiagnosticsAreForInstallsInTheSampleThatAskForThem
   const double bucket = base::stableHash("net-diag:" + std::string(kDevice)) % 100;
   autoTrackNetwork_ = false;
   model::NetworkConfig wanted{.diagnosticCapture = true, .sampleRate = bucket + 1};
-  EXPECT_EQ(callsFor({.network = wanted}),
-            (Calls{"publish", "context", "proxy on", "replacement", "swizzle on", "aggregator",
-                   "diagnostics 60 0", "push hash_only - -", "screenshots"}));
+  EXPECT_EQ(
+      callsFor({.network = wanted}),
+      (Calls{"publish", "context", "proxy on", "replacement", "swizzle on", "aggregator by force",
+             "diagnostics 60 0", "push hash_only - -", "screenshots"}));
   wanted.sampleRate.reset();
   wanted.maxEventsPerMin = 5;
   wanted.hostAllowlist = {"a.example", "b.example"};

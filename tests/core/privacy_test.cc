@@ -399,7 +399,8 @@ class PipelinePrivacyTest : public ::testing::Test {
   TestHost host_;
   const model::Configuration configuration_{
       "key", {.autoTrackSessions = false, .apiHost = "http://collector.example", .debug = true}};
-  Pipeline pipeline_{host_.services, configuration_, platform::Log(host_.log, true)};
+  Pipeline pipeline_{host_.services, configuration_, platform::Log(host_.log, true),
+                     std::make_shared<network::NetworkTracker>()};
 };
 
 TEST_F(PipelinePrivacyTest, TransitionsInsideATransitionRunInPlace) {

@@ -20,6 +20,12 @@
 namespace zarn::testing {
 
 struct TestHost {
+  /// An app that has reported its installation, so that nothing is told that a test did not cause.
+  TestHost() {
+    defaults.set("zarn_install_emitted", true);
+    defaults.commit();
+  }
+
   TempDirectory directory;
   ManualClock clock;
   ManualDispatch dispatch{clock};

@@ -1,0 +1,56 @@
+#include <utility>
+
+#include "base/text.h"
+#include "base/url.h"
+#include "core/pipeline.h"
+#include "core/wiring.h"
+#include "platform/dispatch.h"
+
+namespace zarn::core {
+namespace {
+
+network::OwnHosts ownHosts(const model::Configuration& configuration) {
+  const auto api = base::splitUrl(configuration.apiHost());
+  return {.domains = model::ownDomains(),
+          .selfHost = api ? base::lowerCaseAscii(api->host) : std::string()};
+}
+
+}  // namespace
+
+void Pipeline::wireNetwork(std::shared_ptr<network::NetworkTracker> tracker) {
+  const auto mayRecord = [this] {
+    return !privacy.optedOut() && !privacy.awaitingFreshPolicyAfterOptIn() && !runState.isPaused();
+  };
+  const auto currentGeneration = [this] { return admission.change([] {}); };
+  const auto emit = [this](std::string_view name, const Properties& properties,
+                           network::NetworkEvents::Token generation) {
+    admission.admitEvent(model::EventType::network, name, properties, generation);
+  };
+  network.emplace(network::NetworkObservationParts{
+      .executor = host.dispatch.pool(),
+      .clock = host.clock,
+      .hook = host.requests,
+      .tracker = std::move(tracker),
+      .autoTrackNetwork = configuration.options.autoTrackNetwork,
+      .ownHosts = ownHosts(configuration),
+      .mayRecord = mayRecord,
+      .events = {.currentGeneration = currentGeneration, .emit = emit}});
+  network->start();
+}
+
+control::NetworkTargets networkTargets(Pipeline& pipeline) {
+  auto& network = pipeline.network;
+  return {.setProxyCapture = [&](bool isOn) { network->tracker().setProxyCapture(isOn); },
+          .setSwizzleCapture = [&](bool isOn) { network->tracker().setSwizzleCapture(isOn); },
+          .installReplacement = [&] { network->installReplacement(); },
+          .proxyInUse = [&] { return network->tracker().proxyInUse(); },
+          .ensureAggregator = [&](bool force) { network->ensureNetworkAggregator(force); },
+          .stopAggregator = [&] { network->stopAggregator(); },
+          .disableDiagnostics = [&] { network->disableDiagnostics(); },
+          .enableDiagnostics =
+              [&](const control::NetworkDiagnostics& diagnostics) {
+                network->enableDiagnostics(diagnostics.maxEventsPerMin, diagnostics.hostAllowlist);
+              }};
+}
+
+}  // namespace zarn::core

@@ -1,0 +1,55 @@
+#include "core/pipeline.h"
+#include "core/wiring.h"
+#include "platform/device.h"
+#include "platform/dispatch.h"
+
+namespace zarn::core {
+
+void Pipeline::wirePush() {
+  const auto mayRegister = [this] {
+    return !privacy.optedOut() && !privacy.awaitingFreshPolicyAfterOptIn() && !runState.isPaused();
+  };
+  const auto registrant = [this] {
+    const auto who = identity.snapshot();
+    const auto app = appId.get();
+    return push::PushRegistrant{.deviceId = who->deviceId,
+                                .userId = who->userId,
+                                .appId = app ? std::optional(*app) : std::nullopt,
+                                .releaseId = transport.releaseId()};
+  };
+  pushTokens.emplace(
+      configuration, host.device.app(), host.dispatch.pool(), host.crypto, guard,
+      push::PushTokenPorts{
+          .mayRegister = mayRegister,
+          .latestRemoteConfig = [this] { return remoteConfig.get(); },
+          .registrant = registrant,
+          .admit = [this](model::EventType type, std::string_view name,
+                          const Properties& properties) { return admit(type, name, properties); }},
+      log);
+  if (!configuration.options.autoTrackPush) return;
+  push.emplace(push::PushServices{.clock = host.clock,
+                                  .crypto = host.crypto,
+                                  .random = host.random,
+                                  .defaults = host.defaults,
+                                  .notifications = host.notifications},
+               configuration.projectId(), configuration.options.pushAttributionWindowSeconds,
+               push::PushSinks{
+                   .admit =
+                       [this](model::EventType type, std::string_view name,
+                              const Properties& properties, const std::function<void()>& admitted) {
+                         admission.admitEvent(type, name, properties, admitted);
+                       },
+                   .openLink = [this](const std::string& link) { links->ingestPush(link); }},
+               log);
+  admission.attribution = [this] { return push->attribution(); };
+  push->start();
+}
+
+control::PushTargets pushTargets(Pipeline& pipeline) {
+  if (!pipeline.configuration.options.autoTrackPush) return {};
+  auto& push = pipeline.push;
+  return {.clearAttribution = [&] { push->clearAttribution(); },
+          .setLimits = [&](const control::PushLimits& limits) { push->setLimits(limits); }};
+}
+
+}  // namespace zarn::core
