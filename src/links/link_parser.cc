@@ -42,14 +42,16 @@ QueryItem itemOf(std::string_view text) {
 
 Query splitQuery(std::string_view text) {
   Query query;
-  for (std::size_t at = 0; query.items.size() < LinkParser::kMaxQueryItems;) {
+  for (std::size_t at = 0;;) {
     const auto end = std::min(text.find('&', at), text.size());
     query.items.push_back(itemOf(text.substr(at, end - at)));
     if (end == text.size()) return query;
+    if (query.items.size() == LinkParser::kMaxQueryItems) {
+      query.rest = text.substr(end);
+      return query;
+    }
     at = end + 1;
-    query.rest = text.substr(end);
   }
-  return query;
 }
 
 std::string decodedText(std::string_view text) {

@@ -70,8 +70,10 @@ class FakeClipboard final : public platform::Clipboard {
   }
   void readText(base::SerialQueue& queue, std::function<void(std::string)> answer) override {
     ++reads;
+    if (duringRead) duringRead();
     queue.async([answer = std::move(answer), held = text] { answer(held); });
   }
+  std::function<void()> duringRead;
   bool answers = true;
   bool holdsUrl = false;
   std::string text;
