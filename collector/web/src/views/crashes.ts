@@ -99,9 +99,13 @@ function details(crash: Crash, close: () => void): HTMLElement {
   );
 }
 
-function row(crash: Crash, open: () => void): HTMLElement {
+// The function where it happened, or else the reason that was told.
+function gistOf(crash: Crash): string {
   const frames = threadsOf(sentText(crash.stack_trace))?.[0]?.frames ?? [];
-  const top = frames.find((frame) => frame.symbol !== '');
+  return frames.find((frame) => frame.symbol !== '')?.symbol ?? sentText(crash.termination_reason);
+}
+
+function row(crash: Crash, gist: string, open: () => void): HTMLElement {
   return h(
     'div',
     {
@@ -114,12 +118,7 @@ function row(crash: Crash, open: () => void): HTMLElement {
     },
     h('time', { class: 'mono', title: dateAndClock(crash.time) }, clock(crash.time)),
     kindBadge(crash),
-    h(
-      'span',
-      { class: 'crash-what' },
-      h('strong', {}, titleOf(crash)),
-      h('small', { class: 'mono' }, top ? top.symbol : sentText(crash.termination_reason)),
-    ),
+    h('span', { class: 'crash-what' }, h('strong', {}, titleOf(crash)), h('small', { class: 'mono' }, gist)),
     h(
       'span',
       { class: 'crash-where' },
@@ -131,6 +130,8 @@ function row(crash: Crash, open: () => void): HTMLElement {
 
 export function crashesView(): HTMLElement {
   let crashes: Crash[] = [];
+  // By event, for stacks are long and lists are drawn often.
+  const gists = new Map<string, string>();
   let chosen: string | null = null;
   const list = h('div', { class: 'rows', role: 'listbox', 'aria-label': 'Crashes' });
   const detail = h('aside', { class: 'card detail' });
@@ -176,10 +177,11 @@ export function crashesView(): HTMLElement {
     load: api.crashReport,
     show(report) {
       crashes = report.crashes;
+      for (const each of crashes) if (!gists.has(each.event_id)) gists.set(each.event_id, gistOf(each));
       replaceKeeping(
         list,
         crashes.length > 0
-          ? crashes.map((each) => row(each, () => select(each)))
+          ? crashes.map((each) => row(each, gists.get(each.event_id) ?? '', () => select(each)))
           : [
               emptyState(
                 'No crash told',

@@ -80,8 +80,13 @@ function routeTable(routes: Route[]): HTMLElement {
   );
 }
 
-function hostRow(host: Host, isOpen: boolean): HTMLElement {
-  return h(
+// Which hosts the reader has folded out or in.
+type Folds = Map<string, boolean>;
+
+// Its routes are built once they are looked at: there may be thousands.
+function hostRow(host: Host, folds: Folds, isFirst: boolean): HTMLElement {
+  const isOpen = folds.get(host.host) ?? isFirst;
+  const row = h(
     'details',
     { class: 'host', 'data-key': `host ${host.host}`, 'data-host': host.host, open: isOpen },
     h(
@@ -100,8 +105,13 @@ function hostRow(host: Host, isOpen: boolean): HTMLElement {
       h('span', { class: 'host-figure' }, bytes(host.request_bytes), h('small', {}, 'sent')),
       h('span', { class: 'host-figure' }, bytes(host.response_bytes), h('small', {}, 'received')),
     ),
-    routeTable(host.routes),
+    isOpen ? routeTable(host.routes) : null,
   );
+  row.addEventListener('toggle', () => {
+    folds.set(host.host, row.open);
+    if (row.open && row.childElementCount === 1) row.append(routeTable(host.routes));
+  });
+  return row;
 }
 
 const phaseTones: [string, string][] = [
@@ -189,7 +199,7 @@ function overview(report: NetworkReport): HTMLElement {
   );
 }
 
-function content(report: NetworkReport): Node[] {
+function content(report: NetworkReport, folds: Folds): Node[] {
   if (report.summaries === 0 && report.diagnostics.length === 0)
     return [
       emptyState(
@@ -203,7 +213,7 @@ function content(report: NetworkReport): Node[] {
       'Hosts',
       'by requests; fold one out for its routes',
       report.hosts.length > 0
-        ? h('div', { class: 'hosts' }, ...report.hosts.map((host, i) => hostRow(host, i === 0)))
+        ? h('div', { class: 'hosts' }, ...report.hosts.map((host, i) => hostRow(host, folds, i === 0)))
         : h('p', { class: 'none' }, 'None told.'),
     ),
     card('Diagnostic requests', 'newest first', diagnosticTable(report.diagnostics)),
@@ -212,9 +222,10 @@ function content(report: NetworkReport): Node[] {
 
 export function networkView(): HTMLElement {
   const element = h('div', { class: 'report' });
+  const folds: Folds = new Map();
   return reportView({
     element,
     load: api.networkReport,
-    show: (report) => replaceKeeping(element, content(report)),
+    show: (report) => replaceKeeping(element, content(report, folds)),
   });
 }

@@ -60,22 +60,14 @@ function spanChoice(choose: () => void): { element: HTMLElement; show(): void } 
   };
 }
 
-/** Puts new children in place; what the reader has unfolded and where the focus is stay as they were. */
+/** Puts new children in place; the focus stays with what has the same `data-key`. */
 export function replaceKeeping(parent: Element, children: Node[]): void {
-  const keyOf = (element: Element | null) => element?.closest('[data-key]')?.getAttribute('data-key') ?? null;
-  const folds = new Map(
-    [...parent.querySelectorAll<HTMLDetailsElement>('details[data-key]')].map((each) => [
-      keyOf(each),
-      each.open,
-    ]),
-  );
-  const focused = parent.contains(document.activeElement) ? keyOf(document.activeElement) : null;
+  const focused = document.activeElement?.closest('[data-key]');
+  const key = focused && parent.contains(focused) ? focused.getAttribute('data-key') : null;
   parent.replaceChildren(...children);
-  for (const each of parent.querySelectorAll<HTMLElement>('[data-key]')) {
-    const key = keyOf(each);
-    if (each instanceof HTMLDetailsElement) each.open = folds.get(key) ?? each.open;
-    if (focused !== null && key === focused) (each.querySelector('summary') ?? each).focus();
-  }
+  if (key === null) return;
+  for (const each of parent.querySelectorAll<HTMLElement>('[data-key]'))
+    if (each.getAttribute('data-key') === key) (each.querySelector('summary') ?? each).focus();
 }
 
 export function reportView<T>(page: ReportPage<T>): HTMLElement {
