@@ -1,6 +1,6 @@
 #include "zarn/push.h"
 
-namespace zarn {
+ZARN_NAMESPACE_BEGIN
 
 std::string_view rawValue(PushProvider provider) noexcept {
   switch (provider) {
@@ -12,4 +12,4 @@ std::string_view rawValue(PushProvider provider) noexcept {
   return "";
 }
 
-}  // namespace zarn
+ZARN_NAMESPACE_END

@@ -100,9 +100,10 @@ void PushTokenRegistration::post(std::string_view caller, std::string_view token
       }));
 }
 
-bool PushTokenRegistration::isCurrent(Users::Token user) const {
+bool PushTokenRegistration::isVoid(const Call& call) const {
+  if (call.network != guard_.current()) return true;
   base::MutexLock lock(pushTokenDedupLock_);
-  return user == users_.current();
+  return call.user != users_.current();
 }
 
 bool PushTokenRegistration::mayCollect(std::string_view caller) const {
@@ -117,7 +118,7 @@ bool PushTokenRegistration::mayCollect(std::string_view caller) const {
 
 void PushTokenRegistration::begin(Call call) {
   queue_.assertCurrent();
-  if (!mayCollect("setPushToken")) return;
+  if (isVoid(call) || !mayCollect("setPushToken")) return;
   auto run = claim(std::move(call));
   if (!run) return;
   const auto properties = tokenProperties(crypto_, run->call.token, run->call.provider);
@@ -126,9 +127,9 @@ void PushTokenRegistration::begin(Call call) {
 
 void PushTokenRegistration::invalidate(Call call) {
   queue_.assertCurrent();
+  if (isVoid(call)) return;
   {
     base::MutexLock lock(pushTokenDedupLock_);
-    if (call.user != users_.current()) return;
     lastPushTokenHash_.reset();
   }
   if (!mayCollect("logPushTokenInvalidated")) return;
@@ -163,7 +164,7 @@ void PushTokenRegistration::release(std::size_t hash, Users::Token user) {
 
 void PushTokenRegistration::send(std::unique_ptr<Run> run) {
   queue_.assertCurrent();
-  if (!isCurrent(run->call.user)) return;
+  if (isVoid(run->call)) return;
   auto request = makeRequest(*run);
   const auto network = run->call.network;
   guard_.startGuardedTask(std::move(request), network,

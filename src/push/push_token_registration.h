@@ -86,7 +86,8 @@ class PushTokenRegistration {
 
   using Step = void (PushTokenRegistration::*)(Call);
   void post(std::string_view caller, std::string_view token, PushProvider provider, Step step);
-  bool isCurrent(Users::Token user) const;
+  /// Whether the user has gone or opted out since.
+  bool isVoid(const Call& call) const;
   bool mayCollect(std::string_view caller) const;
 
   void begin(Call call);
