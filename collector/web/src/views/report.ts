@@ -74,30 +74,40 @@ export function reportView<T>(page: ReportPage<T>): HTMLElement {
   const picks = h('div', { class: 'picks', role: 'group', 'aria-label': 'Projects' });
   const outlet = h('div', { class: 'project-outlet' });
   let shown = '';
-  let turn = 0;
+  let isLoading = false;
+  let isWanted = false;
 
+  const show = (report: T, names: string[], scope: ReportScope) => {
+    const told = JSON.stringify([scope.project, names, report]);
+    if (told === shown) return;
+    shown = told;
+    replaceKeeping(
+      picks,
+      names.map((name) => projectButton(name, () => choose(name))),
+    );
+    page.show(report, scope);
+    if (page.element.parentElement !== outlet) outlet.replaceChildren(page.element);
+  };
+  // One at a time: a report over many events takes longer than events take to arrive.
   const load = async () => {
     if (!view.isConnected) return;
-    const mine = ++turn;
+    isWanted = isLoading;
+    if (isLoading) return;
+    isLoading = true;
     const scope = scopeNow();
+    const asked = [project, span];
+    const isStale = () => asked[0] !== project || asked[1] !== span;
     try {
       const [report, { projects }] = await Promise.all([page.load(scope), api.projects()]);
-      if (mine !== turn) return;
-      const names = [...new Set(['', ...projects.map((each) => each.project_id), scope.project])];
-      const told = JSON.stringify([scope.project, names, report]);
-      if (told === shown) return;
-      shown = told;
-      replaceKeeping(
-        picks,
-        names.map((name) => projectButton(name, () => choose(name))),
-      );
-      page.show(report, scope);
-      if (page.element.parentElement !== outlet) outlet.replaceChildren(page.element);
+      const names = new Set(['', ...projects.map((each) => each.project_id), scope.project]);
+      if (!isStale()) show(report, [...names], scope);
     } catch (error) {
-      if (mine !== turn) return;
       shown = '';
-      outlet.replaceChildren(failure(error));
+      if (!isStale()) outlet.replaceChildren(failure(error));
     }
+    isLoading = false;
+    if (isStale()) void load();
+    else if (isWanted) refresh();
   };
   const choose = (name: string) => {
     project = name;
