@@ -6,7 +6,7 @@ build_packages=(build-essential cmake ninja-build ccache mold pkg-config ca-cert
   libcpp-httplib-dev curl jq)
 # To test, measure and check it.
 check_packages=(git python3 libgtest-dev libbenchmark-dev clang-14 libclang-rt-14-dev
-  clang-format-14 chromium iproute2)
+  clang-format-14 chromium iproute2 systemd-journal-remote)
 # Node.js at or above this builds the viewer. A machine's own is used before Debian's.
 node_minimum=18
 

@@ -101,12 +101,12 @@ class DesktopHost {
   CurlHttpClient http_;
   DictionaryNameTagger names_;
   NoRequestHook requests_;
-  JournalDiagnostics diagnostics_;
+  JournalDiagnostics diagnostics_{dispatch_, defaults_, clock_, device_};
   NoNotifications notifications_;
   NoClipboard clipboard_;
   NoStoreReceipt receipt_;
   NoAdNetwork adNetwork_;
-  DesktopUrlOpener opener_;
+  DesktopUrlOpener opener_{dispatch_.pool()};
   platform::Host services_{
       dispatch_, clock_,       random_,        log_,       environment_, files_,     defaults_,
       secrets_,  crypto_,      device_,        paths_,     life_,        http_,      names_,
