@@ -152,6 +152,67 @@ void theUser(zarn::Text key) {
   Zarn::track(zarn::rawValue(zarn::pack(zarn::StandardProperty::plan)));
 }
 
+void linksAndPushes(const zarn::Properties& userInfo, const std::string& token) {
+  Zarn::onDeepLink([](const zarn::ZarnDeepLink& link) {
+    if (link.isDeferred || link.isDeterministic()) Zarn::track(link.path);
+  });
+  Zarn::onDeepLink(nullptr);
+  [[maybe_unused]] const bool isLink =
+      Zarn::handleURL("shop://cart") && Zarn::handleURL(std::string_view(token)) &&
+      Zarn::handleUserActivity({.activityType = std::string(zarn::UserActivity::kBrowsingWeb),
+                                .webpageUrl = "https://shop.example/"});
+  Zarn::handleSceneConnection({.urls = {"shop://cart"}});
+  Zarn::resolveLink("https://shop.example/", [](std::optional<zarn::ZarnDeepLink> link) {
+    if (link) Zarn::track(zarn::rawValue(link->source));
+  });
+  Zarn::setAdvertisingConsent("granted");
+  Zarn::setAdvertisingConsent(std::nullopt);
+  Zarn::setPushToken(token, zarn::PushProvider::firebase);
+  Zarn::logPushTokenInvalidated("token", zarn::PushProvider::apns);
+  Zarn::logPushReceived(userInfo, "active");
+  Zarn::logPushOpened({{"aps", zarn::Properties{{"alert", "hello"}}}});
+  Zarn::logPushOpened(userInfo, "default");
+  Zarn::logPushDismissed(userInfo);
+  Zarn::logPushAction(userInfo, token);
+}
+
+void stepsAndConversions() {
+  Zarn::addBreadcrumb({.category = "ui", .message = "Tap: Buy"});
+  Zarn::addBreadcrumb(
+      {.category = "ui", .message = "Tap: Buy", .data = {{"id", 3}}, .level = "info"});
+  zarn::ZarnSKAN& skan = Zarn::skan();
+  skan.acceptSchema({});
+  skan.acceptSchema({.model = zarn::ZarnSKAN::CvSchema::Model::raw, .lockWindowOnPurchase = false});
+  if (skan.updateConversionValue(7) && skan.recordConversionEvent("purchase", 19.99)) {
+    skan.updateConversionValue(12, zarn::ZarnCoarseConversionValue::high, true);
+  }
+  Zarn::track("skan", {{"fine", skan.status().currentFine}});
+}
+
+class OwnDelegate : public zarn::NetworkDelegate {
+ public:
+  void didFinishCollectingMetrics(const zarn::NetworkTask&,
+                                  const zarn::NetworkMetrics& metrics) override {
+    Zarn::track("request", {{"status", metrics.status}});
+  }
+};
+
+void requests() {
+  const zarn::NetworkTask task;
+  const auto proxy = Zarn::networkDelegate();
+  const auto around = Zarn::networkDelegate(std::make_shared<OwnDelegate>());
+  around->didFinishCollectingMetrics(task, {.url = "https://api.shop.example/", .status = 200});
+  proxy->didFinishCollectingMetrics(zarn::NetworkTask(),
+                                    {.url = "https://api.shop.example/",
+                                     .method = "POST",
+                                     .hasError = true,
+                                     .duration = 0.2,
+                                     .bytesSent = 10,
+                                     .transactions = {{.fetchStart = 0.0, .responseStart = 0.1}}});
+  around->didBecomeInvalid("");
+  if (around->wrapped() == nullptr) Zarn::track("gone");
+}
+
 void everyValue(const shop::Order& order, std::string moved) {
   using namespace std::chrono;
   const std::string_view view = "view";
@@ -218,6 +279,9 @@ void useAll(const shop::Order& order) {
   record("name", "pro");
   businessEvents(std::nullopt);
   theUser("key");
+  linksAndPushes({}, "token");
+  stepsAndConversions();
+  requests();
   everyValue(order, "text");
   buildProperties({{"a", 1}});
 }

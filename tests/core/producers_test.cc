@@ -78,6 +78,7 @@ TEST_F(ProducersTest, TheServerSwitchesPushAndNetworkOffWhileTheAppRuns) {
   client_.run();
   const auto proxy = client_->networkDelegate(nullptr);
   client_->logPushOpened(kPush, "default");
+  sent();
   proxy->didFinishCollectingMetrics(
       {}, {.url = "https://api.shop.example/orders/12345", .status = 200, .duration = 0.05});
   host_.dispatch.advance(30.0);
