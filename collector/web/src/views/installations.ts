@@ -38,8 +38,8 @@ function identityRow(identity: Identity): HTMLElement {
 }
 
 function batchRow(batch: InstallationBatch): HTMLElement {
-  const policy =
-    batch.policy_revision === null ? 'before any policy' : `under revision ${batch.policy_revision}`;
+  const hadPolicy = batch.policy_exchange !== null;
+  const policy = hadPolicy ? `under revision ${batch.policy_revision}` : 'before any policy';
   return h(
     'li',
     {},
@@ -48,7 +48,7 @@ function batchRow(batch: InstallationBatch): HTMLElement {
     statusBadge(batch.status),
     h('span', { class: 'grow' }, count(batch.events, 'event')),
     batch.cause ? badge(causeText(batch.cause), tone(batch.cause)) : null,
-    badge(policy, batch.policy_revision === null ? 'warn' : 'ink'),
+    badge(policy, hadPolicy ? 'ink' : 'warn'),
   );
 }
 
