@@ -26,8 +26,10 @@ std::string setMember(ProjectSettings& settings, std::string& reason, std::strin
       settings.policy = "{}";
       return {};
     }
-    settings.policy = jsonOf(value);
-    return joined(policyProblems(value));
+    std::string wrong = joined(policyProblems(value));
+    // Only what has been checked is written: its depth is bounded.
+    if (wrong.empty()) settings.policy = jsonOf(value);
+    return wrong;
   }
   if (key == "paused") {
     if (!value.IsBool() && !value.IsNull()) return "paused must be true or false";

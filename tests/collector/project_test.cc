@@ -80,6 +80,9 @@ TEST_F(ProjectBookTest, MakesARevisionOfEveryChangeAndOfNothingElse) {
   EXPECT_FALSE(book.edit("shop", R"({"data_collection":{"core":{"sessions":1}}})", error_));
   EXPECT_EQ(error_, "core.sessions must be true or false");
   EXPECT_FALSE(book.edit("shop", R"({"policy":{}})", error_));
+  const std::string deep = std::string(30'000, '[') + std::string(30'000, ']');
+  EXPECT_FALSE(book.edit("shop", "{\"data_collection\":" + deep + "}", error_));
+  EXPECT_EQ(error_, "a policy must be a JSON object");
   EXPECT_EQ(book.settings("shop").revision, 2);
 
   ASSERT_TRUE(book.edit("cafe", R"({"paused":true,"paused_reason":"soon","app_id":"a"})", error_));
