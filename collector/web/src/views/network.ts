@@ -28,8 +28,12 @@ const classes: [string, string, string][] = [
   ['error', 'slate', 'without an answer'],
 ];
 
-const statusShares = (statuses: Record<string, number>): Share[] =>
-  classes.map(([key, tone, word]) => [statuses[key] ?? 0, tone, word]);
+function statusShares(statuses: Record<string, number>): Share[] {
+  const known = classes.map(([key, tone, word]): Share => [statuses[key] ?? 0, tone, word]);
+  const all = Object.values(statuses).reduce((sum, each) => sum + each, 0);
+  const others = all - known.reduce((sum, [requests]) => sum + requests, 0);
+  return [...known, [others, 'muted', 'otherwise']];
+}
 
 function statusesOf(routes: Route[]): Record<string, number> {
   const all: Record<string, number> = {};
