@@ -13,23 +13,6 @@ namespace {
 constexpr double kTimeout = 3;  // seconds
 constexpr std::size_t kMaxAnswer = std::size_t{64} << 10;
 
-/// Passes a result on once; an unresolved one when it goes unused.
-class PendingResult {
- public:
-  explicit PendingResult(LinkResolver::Completion completion)
-      : completion_(std::move(completion)) {}
-  PendingResult(PendingResult&&) = default;
-  PendingResult(const PendingResult&) = delete;
-  ~PendingResult() { pass({}); }
-
-  void pass(const ResolveResult& result) {
-    if (auto completion = std::exchange(completion_, nullptr)) completion(result);
-  }
-
- private:
-  LinkResolver::Completion completion_;
-};
-
 std::optional<std::string> nonEmptyMember(const Properties& object, std::string_view key) {
   auto text = base::stringMember(object, key);
   if (text && text->empty()) text.reset();
@@ -98,21 +81,22 @@ ZarnDeepLink merged(ZarnDeepLink link, const ResolveResult& result) {
 void LinkResolver::resolve(const ZarnDeepLink& link,
                            const std::optional<std::string>& clipboardToken,
                            runtime::NetworkGuard::Token network, Completion completion) {
-  PendingResult pending(std::move(completion));
   const auto clickId = clickIdOf(link.parameters);
   if (!clickId && !clipboardToken) return;
   if (hooks_.isOptedOut()) {
     log_.debug({"[Zarn] tracking opted out — skipping link resolve"});
     return;
   }
-  const auto keep = link.isDeferred && clickId ? hooks_.keepInstallClickId : nullptr;
-  guard_.startGuardedTask(
-      makeResolveRequest(configuration_, clickId, clipboardToken), network,
-      [pending = std::move(pending), keep, clickId](const platform::HttpResult& result) mutable {
-        const ResolveResult answer = readResolveAnswer(result);
-        if (answer.resolved && keep) keep(*clickId);
-        pending.pass(answer);
-      });
+  auto keep = base::weakly(scope_, [this, clickId = link.isDeferred ? clickId : std::nullopt] {
+    if (clickId) hooks_.keepInstallClickId(*clickId);
+  });
+  guard_.startGuardedTask(makeResolveRequest(configuration_, clickId, clipboardToken), network,
+                          [completion = std::move(completion),
+                           keep = std::move(keep)](const platform::HttpResult& result) mutable {
+                            const ResolveResult answer = readResolveAnswer(result);
+                            if (answer.resolved) keep();
+                            completion(answer);
+                          });
 }
 
 }  // namespace zarn::links

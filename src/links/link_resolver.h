@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "base/closure.h"
+#include "base/weakly.h"
 #include "model/configuration.h"
 #include "platform/http.h"
 #include "platform/log.h"
@@ -38,15 +39,15 @@ struct LinkResolverHooks {
 /// Any thread.
 class LinkResolver {
  public:
-  /// Runs exactly once. A resolved result comes on the control queue; an unresolved one may come
-  /// inside the call, on any thread and with locks held: it is a place to post from, not to act in.
+  /// Runs on the control queue, at most once. It is dropped unused, on any thread, when nothing was
+  /// asked or a boundary has come: that counts as an unresolved result.
   using Completion = base::UniqueFunction<void(const ResolveResult&)>;
 
   LinkResolver(const model::Configuration& configuration, runtime::NetworkGuard& guard,
                LinkResolverHooks hooks, platform::Log log)
       : configuration_(configuration), guard_(guard), hooks_(std::move(hooks)), log_(log) {}
 
-  /// Asks about the link's click id and the token from the clipboard; nothing is asked where there
+  /// Asks about the link's click id and the token from the clipboard. Nothing is asked where there
   /// is neither, after an opt-out, or when a boundary has come since `network` was read.
   void resolve(const ZarnDeepLink& link, const std::optional<std::string>& clipboardToken,
                runtime::NetworkGuard::Token network, Completion completion);
@@ -57,6 +58,8 @@ class LinkResolver {
   runtime::NetworkGuard& guard_;
   const LinkResolverHooks hooks_;
   const platform::Log log_;
+
+  base::Scope scope_;
 };
 
 }  // namespace zarn::links

@@ -146,6 +146,21 @@ TEST(LinksTest, AsksOnlyAboutAllowedHostsAndClickIds) {
   EXPECT_EQ(world.log.count("[Zarn] tracking opted out — skipping link resolve"), 1);
 }
 
+TEST(LinksTest, ADeferredLinkKeepsItsClickForTheInstall) {
+  LinksWorld world;
+  LinkResolver resolver(
+      {"key", {.apiHost = "http://collector.example"}}, world.guard,
+      {.isOptedOut = [] { return false; },
+       .keepInstallClickId = [&](const std::string& id) { world.kept.push_back(id); }},
+      platform::Log(world.log, false));
+  ZarnDeepLink link{.parameters = {{"zarn_click_id", kClickId}}, .isDeferred = true};
+  for (const char* body : {"{}", kKnown}) {
+    resolver.resolve(link, "zn:token", world.guard.current(), [](const ResolveResult&) {});
+    world.answer(body);
+  }
+  EXPECT_EQ(world.kept, std::vector<std::string>{kClickId});
+}
+
 TEST(LinksTest, TellsOfALinkWithoutItsPathAndQuery) {
   LinksWorld world;
   world.links->handleURL(std::string("https://a.example/link/ab?utm_source=mail&utm_=no&secret=1&"
