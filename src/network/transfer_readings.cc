@@ -11,7 +11,9 @@ std::optional<double> ifKnown(double moment) {
 }
 
 NetworkTransaction transactionOf(const TransferReadings& readings) {
-  NetworkTransaction transaction{.fetchStart = 0, .responseStart = ifKnown(readings.firstByte)};
+  NetworkTransaction transaction{.fetchStart = 0};
+  // A connection that ends without an answer is no first byte.
+  if (readings.status != 0) transaction.responseStart = ifKnown(readings.firstByte);
   if (readings.isConnectionReused) return transaction;
   transaction.domainLookupStart = 0;
   transaction.domainLookupEnd = transaction.connectStart = ifKnown(readings.nameFound);
