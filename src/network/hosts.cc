@@ -9,27 +9,19 @@
 namespace zarn::network {
 namespace {
 
-constexpr std::size_t kLongestHost = 253;  // bytes
+constexpr std::string_view kNameCharacters =
+    "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789.-_";
+constexpr std::string_view kIpv6Characters = "abcdefABCDEF0123456789.:";
 
-constexpr bool isDigit(char c) {
-  return c >= '0' && c <= '9';
-}
-
-constexpr bool isNameCharacter(char c) {
-  return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || isDigit(c) || c == '.' || c == '-' ||
-         c == '_';
-}
-
-constexpr bool isIpv6Character(char c) {
-  return (c >= 'a' && c <= 'f') || (c >= 'A' && c <= 'F') || isDigit(c) || c == '.' || c == ':';
+bool holdsOnly(std::string_view text, std::string_view characters) {
+  return text.find_first_not_of(characters) == std::string_view::npos;
 }
 
 }  // namespace
 
 bool isPlainHost(std::string_view host) {
   if (host.empty() || host.size() > kLongestHost) return false;
-  return std::all_of(host.begin(), host.end(), isNameCharacter) ||
-         std::all_of(host.begin(), host.end(), isIpv6Character);
+  return holdsOnly(host, kNameCharacters) || holdsOnly(host, kIpv6Characters);
 }
 
 std::string comparableHost(std::string_view host) {

@@ -1,6 +1,7 @@
 // Names of servers: what they look like, and which of them are the library's own.
 #pragma once
 
+#include <cstddef>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -11,8 +12,10 @@ struct Configuration;
 
 namespace zarn::network {
 
-/// Whether it looks like the name or address of a server: up to 253 letters, digits, ".", "-" and
-/// "_" of ASCII, or an IPv6 address.
+constexpr std::size_t kLongestHost = 253;  // bytes; there is no server of a longer name
+
+/// Whether it looks like the name or address of a server: letters, digits, ".", "-" and "_" of
+/// ASCII, or an IPv6 address.
 bool isPlainHost(std::string_view host);
 
 /// In lower case and without the dot that a full name may end with.

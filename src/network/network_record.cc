@@ -11,8 +11,8 @@ namespace {
 using Method = NetworkRecord::Method;
 
 constexpr std::size_t kLongestPath = 1024;  // bytes
-constexpr std::array<std::string_view, 8> kWords = {"GET",    "POST", "PUT",     "PATCH",
-                                                    "DELETE", "HEAD", "OPTIONS", "OTHER"};
+constexpr std::array<std::string_view, 8> kMethodWords = {"GET",    "POST", "PUT",     "PATCH",
+                                                          "DELETE", "HEAD", "OPTIONS", "OTHER"};
 constexpr auto kOther = static_cast<std::size_t>(Method::other);
 
 constexpr char upperCase(char c) {
@@ -28,12 +28,12 @@ Method methodOf(std::string_view word) {
                       [](char a, char b) { return upperCase(a) == b; });
   };
   std::size_t method = 0;
-  while (method < kOther && !isSame(kWords[method])) ++method;
+  while (method < kOther && !isSame(kMethodWords[method])) ++method;
   return static_cast<Method>(method);
 }
 
 std::string_view wordOf(Method method) {
-  return kWords[static_cast<std::size_t>(method)];
+  return kMethodWords[static_cast<std::size_t>(method)];
 }
 
 std::int32_t millisecondsOf(double seconds) {

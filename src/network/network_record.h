@@ -15,7 +15,7 @@ struct NetworkRecord {
   static constexpr std::int16_t kTransportError = -1;
   static constexpr std::int32_t kUnknown = -1;
 
-  std::string host;     // as the host app wrote it; may be empty; cut to 253 bytes
+  std::string host;     // as the host app wrote it; empty for none, and for one that is too long
   std::string rawPath;  // without query and fragment, still percent-encoded; see storedPath
   Method method = Method::get;
   std::int16_t statusCode = kNoStatus;

@@ -7,14 +7,13 @@
 #include "base/fork_guard.h"
 #include "base/host_call.h"
 #include "base/url.h"
+#include "network/hosts.h"
 #include "platform/clock.h"
 
 namespace zarn::network {
 namespace {
 
 using Seconds = std::chrono::duration<double>;
-
-constexpr std::size_t kLongestHost = 253;  // bytes; there is no server of a longer name
 
 /// Runs on hosts' threads, where nothing may throw; in a forked child the buffer's lock may stay
 /// locked for ever.

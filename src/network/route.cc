@@ -101,9 +101,10 @@ std::string routeOf(std::string_view rawPath) {
 }
 
 std::string_view statusBucketOf(std::int16_t statusCode) {
-  constexpr std::array<std::string_view, 4> kWords = {"2xx", "3xx", "4xx", "5xx"};
+  constexpr std::array<std::string_view, 4> kClasses = {"2xx", "3xx", "4xx", "5xx"};
   const int hundreds = statusCode / 100;
-  return hundreds >= 2 && hundreds <= 5 ? kWords[static_cast<std::size_t>(hundreds - 2)] : "error";
+  return hundreds >= 2 && hundreds <= 5 ? kClasses[static_cast<std::size_t>(hundreds - 2)]
+                                        : "error";
 }
 
 }  // namespace zarn::network
