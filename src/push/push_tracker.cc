@@ -36,7 +36,7 @@ PushTracker::PushTracker(platform::Clock& clock, platform::Crypto& crypto, platf
 
 void PushTracker::setLimits(const control::PushLimits& limits) {
   const auto replace = [](std::size_t& limit, const std::optional<std::int64_t>& by) {
-    if (by && *by > 0) limit = static_cast<std::size_t>(*by);
+    if (by) limit = static_cast<std::size_t>(*by);
   };
   base::MutexLock lock(cacheLock_);
   rules_.mode = limits.mode;

@@ -48,6 +48,10 @@ TEST_F(PushPayloadSanitizerTest, TellsAWholeMessageWithoutItsTextAndLink) {
 TEST_F(PushPayloadSanitizerTest, ShowsTextAsTheModeSays) {
   const auto full = sanitized(richPayload(), {.mode = ContentMode::full});
   EXPECT_EQ(full.title, " Sale\n");
+  const std::string most(kLongestTextBytes - 1, 'x');
+  EXPECT_EQ(
+      sanitized({{"aps", Properties{{"alert", most + "é"}}}}, {.mode = ContentMode::full}).body,
+      most);
   const auto told =
       encoded(properties(sanitized(richPayload(), {.mode = ContentMode::preview, .bodyLimit = 4})));
   EXPECT_NE(told.find(R"("content_mode":"preview")"), told.npos);
