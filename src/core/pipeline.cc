@@ -217,6 +217,7 @@ void Pipeline::wirePrivacy() {
   runtime::PrivacyHooks& hooks = transitions.hooks;
   hooks.forgetCarried = [this] {
     if (push) push->clearAttribution();
+    links->forgetUser();
     deferredInstallClickId.publish(nullptr);
   };
   hooks.stopSources = [this] {
@@ -226,10 +227,7 @@ void Pipeline::wirePrivacy() {
   hooks.restartSources = [this] {
     if (crashTracker) crashTracker->start();
   };
-  hooks.forgetUser = [this] {
-    links->forgetUser();
-    pushTokens->forgetUser();
-  };
+  hooks.forgetUser = [this] { pushTokens->forgetUser(); };
   transitions.begin();
 }
 

@@ -14,7 +14,7 @@ namespace zarn::links {
 namespace {
 
 constexpr std::size_t kMostCharacters = 256;
-constexpr std::size_t kMostNameCharacters = 64;
+constexpr std::size_t kLongestName = 64;
 /// A character may be any number of bytes long.
 constexpr std::size_t kMostBytesPerCharacter = 4;
 constexpr std::string_view kCampaignPrefix = "utm_";
@@ -25,13 +25,21 @@ std::string cutText(std::string_view text, std::size_t mostCharacters) {
   return std::string(base::prefixOfCharacters(text.substr(0, bytes), mostCharacters));
 }
 
+/// A key of an event passes no filter for personal data, so it must look like a key.
+bool isCampaignName(std::string_view name) {
+  constexpr std::string_view kCharacters =
+      "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789_-.";
+  return name.size() > kCampaignPrefix.size() && name.size() <= kLongestName &&
+         name.find_first_not_of(kCharacters) == std::string_view::npos;
+}
+
 void addCampaign(Properties& properties, const std::map<std::string, std::string>& parameters) {
   std::size_t count = 0;
   for (auto at = parameters.lower_bound(std::string(kCampaignPrefix));
        at != parameters.end() && at->first.starts_with(kCampaignPrefix); ++at) {
-    if (at->first.size() == kCampaignPrefix.size()) continue;
+    if (!isCampaignName(at->first)) continue;
     if (++count > kMostCampaignParameters) break;
-    properties.set(cutText(at->first, kMostNameCharacters), cutText(at->second, kMostCharacters));
+    properties.set(at->first, cutText(at->second, kMostCharacters));
   }
   const auto campaign = parameters.find("~campaign");
   if (campaign != parameters.end() && parameters.find("utm_campaign") == parameters.end()) {

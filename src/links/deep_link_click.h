@@ -19,7 +19,7 @@ struct ParsedLink;
 inline constexpr std::size_t kMostCampaignParameters = 50;
 
 /// `parsed` is what the link says by itself. Text of the link is cut where admission would no
-/// longer scrub it: at 256 characters, names at 64.
+/// longer scrub it, at 256 characters; a parameter whose name is no plain key is left out.
 Properties clickProperties(const ZarnDeepLink& link, const ParsedLink& parsed,
                            platform::Crypto& crypto);
 

@@ -63,12 +63,12 @@ struct PrivacyHooks {
   /// Drops events that are gathered but not admitted. Called with the boundary's lock held: it may
   /// neither wait nor admit.
   std::function<void()> discardHeld;
-  /// Forgets what every event carries of the user: called with the boundary's lock held as well, so
-  /// that no event of the next user carries it.
+  /// Forgets what events carry or tell of the user: called with the boundary's lock held as well,
+  /// so that no event of the next user does.
   std::function<void()> forgetCarried;
   std::function<void()> stopSources;
   std::function<void()> restartSources;
-  /// Forgets the rest that belongs to the user: links, tokens.
+  /// Forgets the rest that belongs to the user.
   std::function<void()> forgetUser;
 };
 

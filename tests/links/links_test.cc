@@ -185,17 +185,18 @@ TEST(LinksTest, TellsOfALinkWithoutItsPathAndQuery) {
 
 TEST(LinksTest, NoLinkMakesALargeEvent) {
   LinksWorld world;
-  std::string url = "https://" + std::string(5000, 'h') + "/?";
+  std::string url = "https://" + std::string(5000, 'h') + "/?utm_jo@mail.example=v&utm_" +
+                    std::string(200, 'n') + "=v&";
   std::string accents = "e";
   for (int i = 0; i < 5000; ++i) accents += "\u0301";  // one character all the same
   for (int i = 0; i < 1000; ++i)
-    url +=
-        "utm_" + std::to_string(i) + std::string(200, 'n') + "=" + (i == 0 ? accents : "v") + "&";
+    url += "utm_" + std::to_string(i) + std::string(20, 'n') + "=" + (i == 0 ? accents : "v") + "&";
   world.links->handleURL(url);
   ASSERT_EQ(world.clicks.size(), 1u);
   EXPECT_EQ(world.clicks[0].size(), 4 + 50u);
   for (const auto& [key, value] : world.clicks[0]) {
     EXPECT_LE(key.size(), 64u);
+    EXPECT_EQ(key.find('@'), std::string::npos);
     EXPECT_LE(value.asString().value_or("").size(), 1024u);
   }
 }
