@@ -7,6 +7,7 @@
 #include <stdexcept>
 #include <thread>
 
+#include "base/fork_guard.h"
 #include "support/fake_producer_services.h"
 #include "support/manual_dispatch.h"
 
@@ -181,6 +182,18 @@ TEST_F(NetworkTrackerTest, AProxyPassesEverythingOnAndLetsGoAtTheEnd) {
   EXPECT_EQ(delegate->ended, "throw");
   delegate.reset();
   EXPECT_TRUE(last.expired());
+}
+
+TEST_F(NetworkTrackerTest, AForkedChildOnlyPassesOn) {
+  auto delegate = std::make_shared<Collecting>();
+  const auto proxy = tracker_->makeProxy(delegate);
+  tracker_->installReplacement(hook_);
+  base::internal::isForkedChild = true;
+  proxy->didFinishCollectingMetrics(NetworkTask(), {.url = kUrl});
+  EXPECT_EQ(hook_.watcher->started({.url = kUrl, .method = {}}, NetworkTask()), nullptr);
+  base::internal::isForkedChild = false;
+  EXPECT_EQ(delegate->told, 1);
+  EXPECT_EQ(drained(), 0U);
 }
 
 TEST_F(NetworkTrackerTest, ReadingsFromTheStartOfARequestBecomeItsPhases) {
