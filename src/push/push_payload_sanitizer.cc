@@ -21,7 +21,7 @@ constexpr std::string_view kDeepLinkKeys[] = {"deep_link", "deepLink", "url"};
 Text textAt(const Properties& object, std::string_view key) {
   const Value* value = object.find(key);
   const auto text = value != nullptr ? value->asString() : std::nullopt;
-  return text && !text->empty() ? text : std::nullopt;
+  return text && !text->empty() && text->size() <= kLongestRead ? text : std::nullopt;
 }
 
 const Properties* objectAt(const Properties& object, std::string_view key) {

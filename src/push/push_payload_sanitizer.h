@@ -2,7 +2,7 @@
 // a small record of bounded size that holds no message text unless the policy asks for it.
 //
 // Pure functions; any thread. A payload that makes no sense gives a record with fewer fields. A
-// text is read where it stands as plain text and is not empty; elsewhere it counts as absent.
+// text counts as absent where it is empty, longer than any message can carry, or no plain text.
 #pragma once
 
 #include <cstddef>
@@ -30,6 +30,7 @@ struct ContentRules {
   std::size_t bodyLimit = 80;  // the subtitle's too
 };
 
+inline constexpr std::size_t kLongestRead = 65536;  // bytes; sixteen times a whole message
 /// Identifiers and names are cut to this; longer ones don't occur.
 inline constexpr std::size_t kLongestIdentifier = 256;        // characters
 inline constexpr std::size_t kLongestIdentifierBytes = 1024;  // one character may take many

@@ -147,11 +147,12 @@ TEST_F(PushPayloadSanitizerTest, OnlyWhatTheLibraryMadePassesTheFilterForPersona
 TEST_F(PushPayloadSanitizerTest, HoldsAgainstHostilePayloads) {
   const auto largestMode =
       ContentRules{.mode = ContentMode::full, .titleLimit = 1u << 30, .bodyLimit = 1u << 30};
-  std::string letterOfAMegabyte = "a";
-  while (letterOfAMegabyte.size() < (1u << 20)) letterOfAMegabyte += "\u0301";
-  const std::string garbage = "\xF0\x9F\xFF" + std::string(1 << 20, '\x80');
+  std::string longLetter = "a";
+  while (longLetter.size() < kLongestRead - 1) longLetter += "\u0301";
+  const std::string garbage = "\xF0\x9F\xFF" + std::string(kLongestRead - 3, '\x80');
+  const std::string plain(kLongestRead, 'x');
 
-  for (const std::string& text : {letterOfAMegabyte, garbage, std::string(1 << 20, 'x')}) {
+  for (const std::string& text : {longLetter, garbage, plain, std::string(1 << 20, 'x')}) {
     Properties userInfo{
         {"aps",
          Properties{{"alert", Properties{{"title", text}, {"body", text}, {"subtitle", text}}},
@@ -164,6 +165,7 @@ TEST_F(PushPayloadSanitizerTest, HoldsAgainstHostilePayloads) {
       auto rules = largestMode;
       rules.mode = mode;
       const auto told = properties(sanitized(userInfo, rules));
+      EXPECT_EQ(told.find("deep_link_hash") != nullptr, text.size() <= kLongestRead);
       EXPECT_EQ(told.find("payload_keys")->asArray()->size(), 100u);
       const std::string json = encoded(told);
       EXPECT_LT(json.size(), 400000u);
