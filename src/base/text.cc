@@ -147,6 +147,16 @@ void appendCodePoint(std::string& text, char32_t value) {
   add(0x80 | (value & 0x3F));
 }
 
+std::string_view prefixOfBytes(std::string_view text, std::size_t count) {
+  if (text.size() <= count) return text;
+  const auto isInsideCodePoint = [&](std::size_t at) {
+    return (static_cast<unsigned char>(text[at]) & 0xC0) == 0x80;
+  };
+  std::size_t end = count;
+  while (end > 0 && count - end < 3 && isInsideCodePoint(end)) --end;
+  return text.substr(0, end);
+}
+
 std::string_view trimmed(std::string_view text) {
   for (CodePoint first = codePointAt(text, 0); first.length != 0 && isSpace(first.value);
        first = codePointAt(text, 0)) {

@@ -35,6 +35,10 @@ std::size_t countCharacters(std::string_view text, std::size_t bound);
 /// The first `count` characters, or all of a shorter text.
 std::string_view prefixOfCharacters(std::string_view text, std::size_t count);
 
+/// At most the first `count` bytes, cut between code points. Bounds what the other functions read:
+/// a character may be any number of bytes long.
+std::string_view prefixOfBytes(std::string_view text, std::size_t count);
+
 /// Without the Unicode spaces, tabs and line ends on both sides.
 std::string_view trimmed(std::string_view text);
 

@@ -19,13 +19,6 @@ constexpr std::size_t kMostCharacters = 32768;
 constexpr std::size_t kMostBytes = 256 << 10;
 constexpr std::size_t kChunkCharacters = 4096;
 
-/// Not cut inside of a code point.
-std::string_view prefixOfBytes(std::string_view text, std::size_t count) {
-  if (text.size() <= count) return text;
-  while (count > 0 && (static_cast<unsigned char>(text[count]) & 0xC0) == 0x80) --count;
-  return text.substr(0, count);
-}
-
 }  // namespace
 
 std::string signalName(int signal) {
@@ -40,7 +33,7 @@ std::string signalName(int signal) {
 std::string sanitisedStack(std::string_view callStackTree, const redaction::PiiFilter& filter) {
   if (!base::isValidUtf8(callStackTree)) return {};
   std::string_view rest =
-      base::prefixOfCharacters(prefixOfBytes(callStackTree, kMostBytes), kMostCharacters);
+      base::prefixOfCharacters(base::prefixOfBytes(callStackTree, kMostBytes), kMostCharacters);
   std::string sanitised;
   sanitised.reserve(rest.size());
   while (!rest.empty()) {

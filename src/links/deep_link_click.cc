@@ -15,14 +15,12 @@ namespace {
 
 constexpr std::size_t kMostCharacters = 256;
 constexpr std::size_t kLongestName = 64;
-/// A character may be any number of bytes long.
-constexpr std::size_t kMostBytesPerCharacter = 4;
 constexpr std::string_view kCampaignPrefix = "utm_";
 
-std::string cutText(std::string_view text, std::size_t mostCharacters) {
-  std::size_t bytes = std::min(text.size(), mostCharacters * kMostBytesPerCharacter);
-  while (bytes > 0 && bytes < text.size() && (text[bytes] & 0xC0) == 0x80) --bytes;
-  return std::string(base::prefixOfCharacters(text.substr(0, bytes), mostCharacters));
+std::string cutText(std::string_view text) {
+  constexpr std::size_t kMostBytes = kMostCharacters * 4;
+  return std::string(
+      base::prefixOfCharacters(base::prefixOfBytes(text, kMostBytes), kMostCharacters));
 }
 
 /// A key of an event passes no filter for personal data, so it must look like a key.
@@ -39,11 +37,11 @@ void addCampaign(Properties& properties, const std::map<std::string, std::string
        at != parameters.end() && at->first.starts_with(kCampaignPrefix); ++at) {
     if (!isCampaignName(at->first)) continue;
     if (++count > kMostCampaignParameters) break;
-    properties.set(at->first, cutText(at->second, kMostCharacters));
+    properties.set(at->first, cutText(at->second));
   }
   const auto campaign = parameters.find("~campaign");
   if (campaign != parameters.end() && parameters.find("utm_campaign") == parameters.end()) {
-    properties.set("utm_campaign", cutText(campaign->second, kMostCharacters));
+    properties.set("utm_campaign", cutText(campaign->second));
   }
 }
 
@@ -53,11 +51,11 @@ Properties clickProperties(const ZarnDeepLink& link, const ParsedLink& parsed,
                            platform::Crypto& crypto) {
   using base::ValueAccess;
   Properties properties{
-      {"link_host", cutText(parsed.host, kMostCharacters)},
+      {"link_host", cutText(parsed.host)},
       {"link_path_hash", ValueAccess::opaque(base::shortHash(crypto.sha256(link.path)))},
       {"source", ValueAccess::opaque(std::string(rawValue(link.source)))},
       {"is_deferred", link.isDeferred}};
-  if (link.linkId) properties.set("link_id", cutText(*link.linkId, kMostCharacters));
+  if (link.linkId) properties.set("link_id", cutText(*link.linkId));
   if (parsed.clickId) properties.set("zarn_click_id", ValueAccess::opaque(*parsed.clickId));
   addCampaign(properties, link.parameters);
   return properties;

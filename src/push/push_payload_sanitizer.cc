@@ -115,7 +115,7 @@ std::optional<std::string> contentHash(platform::Crypto& crypto, const std::arra
 }
 
 std::optional<std::string> preview(std::string_view text, std::size_t limit) {
-  std::string oneLine(cut(text, text.size(), kLongestTextBytes));
+  std::string oneLine(base::prefixOfBytes(text, kLongestTextBytes));
   std::replace_if(
       oneLine.begin(), oneLine.end(), [](char c) { return c == '\n' || c == '\r'; }, ' ');
   const std::string_view kept = base::trimmed(oneLine);
@@ -132,7 +132,7 @@ std::optional<std::string> shownText(const Text& text, ContentMode mode, std::si
     case ContentMode::preview:
       return preview(*text, limit);
     case ContentMode::full:
-      return std::string(cut(*text, text->size(), kLongestTextBytes));
+      return std::string(base::prefixOfBytes(*text, kLongestTextBytes));
   }
   return std::nullopt;
 }
@@ -178,16 +178,9 @@ void readTexts(SanitizedPush& push, const Payload& payload, const ContentRules& 
 
 }  // namespace
 
-std::string_view cut(std::string_view text, std::size_t characters, std::size_t bytes) {
-  if (text.size() > bytes) {
-    const auto isInsideCodePoint = [&](std::size_t at) {
-      return (static_cast<unsigned char>(text[at]) & 0xC0) == 0x80;
-    };
-    std::size_t end = bytes;
-    while (end > 0 && bytes - end < 3 && isInsideCodePoint(end)) --end;
-    text = text.substr(0, end);
-  }
-  return base::prefixOfCharacters(text, characters);
+std::string_view cutIdentifier(std::string_view text) {
+  return base::prefixOfCharacters(base::prefixOfBytes(text, kLongestIdentifierBytes),
+                                  kLongestIdentifier);
 }
 
 Value identifierValue(const std::string& id) {

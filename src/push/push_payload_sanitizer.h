@@ -69,10 +69,7 @@ Properties properties(const SanitizedPush& push);
 /// personal data as it is, since it can't hold any; other text does not.
 Value identifierValue(const std::string& id);
 
-/// At most `characters`, and at most `bytes`; cut between code points.
-std::string_view cut(std::string_view text, std::size_t characters, std::size_t bytes);
-inline std::string_view cutIdentifier(std::string_view text) {
-  return cut(text, kLongestIdentifier, kLongestIdentifierBytes);
-}
+/// Cut to the bounds above.
+std::string_view cutIdentifier(std::string_view text);
 
 }  // namespace zarn::push

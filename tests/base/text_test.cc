@@ -111,5 +111,13 @@ TEST(Text, lowersTheLettersOfManyLanguages) {
   EXPECT_EQ(lowerCaseAscii("ABCz É"), "abcz É");
 }
 
+TEST(Text, IsCutBetweenCodePointsWhereBytesAreCounted) {
+  EXPECT_EQ(prefixOfBytes("a\u00e9\u4e2d", 6), "a\u00e9\u4e2d");
+  EXPECT_EQ(prefixOfBytes("a\u00e9\u4e2d", 5), "a\u00e9");
+  EXPECT_EQ(prefixOfBytes("a\u00e9\u4e2d", 2), "a");
+  EXPECT_EQ(prefixOfBytes("\u4e2d", 2), "");
+  EXPECT_EQ(prefixOfBytes("\x80\x80\x80\x80\x80", 4).size(), 1u);  // no more than one is given up
+}
+
 }  // namespace
 }  // namespace zarn::base
