@@ -4,6 +4,7 @@
 
 #include <chrono>
 #include <filesystem>
+#include <string_view>
 #include <system_error>
 #include <utility>
 
@@ -23,9 +24,13 @@ std::int64_t microsecondsOf(Date time) {
   return std::chrono::floor<microseconds>(time.time_since_epoch()).count();
 }
 
+/// As the core dump service writes it.
 std::string executablePath() {
   std::error_code ignored;
-  return std::filesystem::read_symlink("/proc/self/exe", ignored).string();
+  std::string path = std::filesystem::read_symlink("/proc/self/exe", ignored).string();
+  constexpr std::string_view kReplaced = " (deleted)";  // by an update
+  if (path.ends_with(kReplaced)) path.resize(path.size() - kReplaced.size());
+  return path;
 }
 
 platform::DiagnosticPayload payloadOf(const CrashRecord& record, std::string build,
