@@ -20,6 +20,7 @@ int main(int argc, char** argv) {
   addDeliveryFigures(figures);
   addConfigureFigures(figures);
   addDiagnosticsFigures(figures);
+  addNetworkFigures(figures);
   figures.add("context_collect_ms", contextCollectMs(), "ms");
   figures.add("context_first_collect_ms", contextFirstCollectMs(), "ms");
   figures.add("scrub_clean_64_us", scrubClean64Us(), "us");

@@ -84,6 +84,13 @@ void addDiagnosticsFigures(Figures& figures) {
   figures.add("diagnostics_us", latencies.percentileMicroseconds(0.5), "us");
 }
 
+void addNetworkFigures(Figures& figures) {
+  const NullSink sink;
+  Latencies latencies;
+  runClient("network", sink.address(), 2000, latencies);
+  figures.add("network_record_ns", static_cast<double>(latencies.percentile(0.5)), "ns");
+}
+
 void addConfigureFigures(Figures& figures) {
   Latencies first, again;
   for (int run = 0; run < 15; ++run) {

@@ -15,6 +15,8 @@ void addTrackFigures(Figures& figures);
 void addDeliveryFigures(Figures& figures);
 void addConfigureFigures(Figures& figures);
 void addDiagnosticsFigures(Figures& figures);
+/// What recording one request of the host's costs its thread.
+void addNetworkFigures(Figures& figures);
 
 /// The client's side, in the child process; see track_client.cc.
 int runTrackClient(int argc, char** argv);
