@@ -134,11 +134,13 @@ void DeepLinkRouter::autoOpen(std::string_view url) const {
 }
 
 void DeepLinkRouter::setHandler(Handler handler) {
+  // The one before is destroyed without the lock: what it holds is the host's.
+  auto next = handler ? std::make_shared<const Handler>(std::move(handler)) : nullptr;
   std::optional<ZarnDeepLink> waiting;
   std::optional<User::Token> user;
   {
     base::MutexLock lock(lock_);
-    handler_ = handler ? std::make_shared<const Handler>(std::move(handler)) : nullptr;
+    handler_.swap(next);
     if (handler_) waiting = std::exchange(pendingLink_, std::nullopt);
     user = users_.current();
   }

@@ -67,7 +67,8 @@ class DeepLinkRouter {
   void setHandler(Handler handler);
 
   /// What the host asks about itself. `answer` runs exactly once, on main and never inside the
-  /// call: with nothing when the text is no link or the user has been reset meanwhile.
+  /// call: with nothing when the text is no link, and with what the server knows of the link unless
+  /// the user has been reset meanwhile.
   void lookUp(std::string_view url, Answer answer);
 
   std::optional<Source> lastSource() const;

@@ -2,7 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <memory>
 #include <stdexcept>
+#include <utility>
 
 #include "base/json.h"
 #include "base/value_access.h"
@@ -85,6 +87,16 @@ TEST(LinksTest, HandsOverOnMainAndKeepsTheLatestLinkForTheHandler) {
   world.links->onDeepLink([](const ZarnDeepLink&) { throw std::runtime_error("the host's"); });
   EXPECT_TRUE(world.links->handleURL("myapp:five"));
   EXPECT_EQ(world.clicks.size(), 5u);
+}
+
+// What a handler holds may be anything of the host's, and go with it.
+TEST(LinksTest, AHandlerThatIsReplacedMayCallBackAsItGoes) {
+  LinksWorld world;
+  std::shared_ptr<void> held(nullptr, [&](void*) { world.links->handleURL("myapp:bye"); });
+  world.links->onDeepLink([held = std::move(held)](const ZarnDeepLink&) {});
+  EXPECT_TRUE(world.clicks.empty());
+  world.links->onDeepLink(nullptr);
+  EXPECT_EQ(world.clicks.size(), 1u);
 }
 
 TEST(LinksTest, HandsAnAllowedLinkOverAgainWithTheAnswer) {
