@@ -60,7 +60,13 @@ void Client::resolveLink(std::string_view url, LinkAnswer answer) {
   if (auto* running = pipeline()) {
     running->links->resolveLink(url, std::move(answer));
   } else {
-    host().dispatch.main().post([answer = std::move(answer)] { answer(std::nullopt); });
+    host().dispatch.main().post([answer = std::move(answer)] {
+      try {
+        answer(std::nullopt);
+      } catch (...) {
+        // The host's own.
+      }
+    });
   }
 }
 

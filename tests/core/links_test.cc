@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <stdexcept>
+
 #include "core/test_host.h"
 
 namespace zarn {
@@ -43,6 +45,20 @@ TEST(ClientLinksTest, AResetForgetsALinkThatWaits) {
   client->onDeepLink([&](const ZarnDeepLink&) { ++count; });
   host.dispatch.runUntilIdle();
   EXPECT_EQ(count, 0);
+}
+
+TEST(ClientLinksTest, ALookUpBeforeConfigureIsAnsweredAndItsAnswerMayThrow) {
+  TestHost host;
+  TestClient client(host);
+  int count = 0;
+  client->resolveLink("https://shop.example/1", [&](const std::optional<ZarnDeepLink>& link) {
+    ++count;
+    EXPECT_FALSE(link);
+    throw std::runtime_error("the host's");
+  });
+  EXPECT_EQ(count, 0);
+  host.dispatch.runUntilIdle();
+  EXPECT_EQ(count, 1);
 }
 
 }  // namespace
