@@ -105,6 +105,7 @@ Pipeline::Pipeline(platform::Host& hostServices, const model::Configuration& con
                  .sanitizer = sanitizer,
                  .queue = queue},
                 log),
+      guard(host.http, controlQueue, privacy),
       replayPolicyStore(host.files),
       replayPolicyAdmission(model::replayPolicyScope(configuration, host.device.app()),
                             replayPolicyStore, host.random),
@@ -119,7 +120,6 @@ Pipeline::Pipeline(platform::Host& hostServices, const model::Configuration& con
       policies(configuration.options.autoTrackNetwork, identity.snapshot()->deviceId,
                policyTargets(*this), replayPolicy, log),
       fetcher(configuration, host.device.app(), host.defaults, host.clock, log),
-      guard(host.http, controlQueue, privacy),
       controlPlane(configuration, host.device.app(), guard, runState, privacy, fetcher, policies,
                    answerTargets(*this), log),
       recovery(runState, privacy, guard, controlPlane, host.random, log),
@@ -145,11 +145,12 @@ Pipeline::Pipeline(platform::Host& hostServices, const model::Configuration& con
   wireControl();
   wireSessions();
   wireNetwork(std::move(networkTracker));
-  wireCrash();
-  wireLife();
   wireInstall();
   wireLinks();
   wirePush();
+  // From here on events come from other threads too.
+  wireCrash();
+  wireLife();
   wirePrivacy();
 }
 

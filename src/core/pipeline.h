@@ -100,6 +100,18 @@ struct Pipeline {
   runtime::IdentityBoundary boundary;
   runtime::RunState runState;
   runtime::Admission admission;
+  runtime::NetworkGuard guard;  // to the server's control plane
+
+  // Producers, each made where it is wired. What follows acts on them and goes before them. Every
+  // event asks the pushes what it is to be attributed to.
+  std::optional<push::PushTracking> push;  // absent while pushes are not tracked
+  std::optional<network::NetworkObservation> network;
+  std::optional<crash::CrashTracker> crashTracker;  // absent while crashes are not tracked
+  model::Published<std::string> deferredInstallClickId;
+  std::optional<links::InstallTracker> installTracker;
+  std::optional<links::InstallValidator> installValidator;  // on the first run only
+  std::optional<links::Links> links;
+  std::optional<push::PushTokenRegistration> pushTokens;
 
   // The server's word.
   NoReplay replay;
@@ -108,21 +120,10 @@ struct Pipeline {
   control::ReplayPolicyKeeper replayPolicy;
   control::PolicyApplication policies;
   control::ConfigFetcher fetcher;
-  runtime::NetworkGuard guard;
   runtime::ControlPlane controlPlane;
   runtime::Recovery recovery;
   runtime::ConfigRefresh refresh;
   runtime::PrivacyTransitions transitions;
-
-  // Producers, each made where it is wired.
-  std::optional<network::NetworkObservation> network;
-  std::optional<crash::CrashTracker> crashTracker;  // absent while crashes are not tracked
-  model::Published<std::string> deferredInstallClickId;
-  std::optional<links::InstallTracker> installTracker;
-  std::optional<links::InstallValidator> installValidator;  // on the first run only
-  std::optional<links::Links> links;
-  std::optional<push::PushTracking> push;  // absent while pushes are not tracked
-  std::optional<push::PushTokenRegistration> pushTokens;
 
   base::Scope wiring;  // last: what joins the rooms is cut before any of them goes
 
