@@ -2,7 +2,7 @@
 //
 //   CURL* curl = curl_easy_init();
 //   curl_easy_setopt(curl, CURLOPT_URL, url);
-//   auto observation = zarn::desktop::observe(curl);
+//   auto observation = zarn::desktop::observe(curl);  // once the address is set
 //   observation.finished(curl_easy_perform(curl));
 //
 // With a multi handle, keep the observation beside the easy handle, for one transfer, and tell it
@@ -32,10 +32,14 @@ inline namespace ZARN_VERSION_NAMESPACE {
 /// Nothing throws.
 class [[nodiscard]] RequestObservation {
  public:
-  RequestObservation(CURL* handle, std::string url,
-                     std::shared_ptr<NetworkDelegate> delegate) noexcept
-      : handle_(handle), url_(std::move(url)), delegate_(std::move(delegate)) {
-    if (handle_ != nullptr) before_ = clocks();
+  RequestObservation(CURL* handle, std::shared_ptr<NetworkDelegate> delegate) noexcept
+      : handle_(handle), delegate_(std::move(delegate)) {
+    if (handle_ == nullptr) return;
+    before_ = clocks();
+    try {
+      if (const char* url = text(handle_, CURLINFO_EFFECTIVE_URL)) url_ = url;
+    } catch (...) {  // out of memory: after redirects, it goes by the last address
+    }
   }
   RequestObservation(RequestObservation&& other) noexcept
       : handle_(std::exchange(other.handle_, nullptr)),
@@ -98,7 +102,11 @@ class [[nodiscard]] RequestObservation {
   void report(CURL* handle, bool hasError) noexcept {
     if (!delegate_) return;
     TransferReadings readings;
-    readings.url = url_.empty() ? text(handle, CURLINFO_EFFECTIVE_URL) : url_.c_str();
+    readings.wasRedirected = whole(handle, CURLINFO_REDIRECT_COUNT) > 0;
+    // After redirects libcurl knows the last address only; but it makes a bare name whole.
+    const bool knowsFirst = url_.find("://") != std::string::npos;
+    readings.url =
+        readings.wasRedirected && knowsFirst ? url_.c_str() : text(handle, CURLINFO_EFFECTIVE_URL);
 #if LIBCURL_VERSION_NUM >= 0x074800
     readings.method = text(handle, CURLINFO_EFFECTIVE_METHOD);
 #endif
@@ -111,30 +119,29 @@ class [[nodiscard]] RequestObservation {
     readings.connected = secure > 0 ? secure : seconds(handle, CURLINFO_CONNECT_TIME_T);
     readings.firstByte = seconds(handle, CURLINFO_STARTTRANSFER_TIME_T);
     readings.isConnectionReused = whole(handle, CURLINFO_NUM_CONNECTS) == 0;
-    readings.wasRedirected = whole(handle, CURLINFO_REDIRECT_COUNT) > 0;
     readings.bytesSent = number(handle, CURLINFO_SIZE_UPLOAD_T);
     readings.bytesReceived = number(handle, CURLINFO_SIZE_DOWNLOAD_T);
     reportTransfer(*delegate_, task_, readings);
   }
 
-  CURL* handle_;  // null once the transfer has been told, or was moved on
-  std::string url_;
+  CURL* handle_;     // null once the transfer has been told, or was moved on
+  std::string url_;  // as the host gave it
   std::shared_ptr<NetworkDelegate> delegate_;
   NetworkTask task_;
   Clocks before_;
 };
 
-/// Watches the next transfer of `handle`. libcurl does not tell the address it was given: after
-/// redirects it knows the last one only, unless the first is said in `url`. `delegate` is told of
-/// the request; by default it is one proxy for the whole process.
-inline RequestObservation observe(CURL* handle, std::string url = {},
+/// Watches the next transfer of `handle`, whose address is set already (and anew after a redirected
+/// one): a transfer that is redirected counts for the address it was begun with. `delegate` is told
+/// of the request; by default it is one proxy for the whole process.
+inline RequestObservation observe(CURL* handle,
                                   std::shared_ptr<NetworkDelegate> delegate = nullptr) noexcept {
   if (!delegate) {
     // Never destroyed: requests may go on while the process ends.
     static const auto& process = *new std::shared_ptr<NetworkDelegate>(Zarn::networkDelegate());
     delegate = process;
   }
-  return {handle, std::move(url), std::move(delegate)};
+  return {handle, std::move(delegate)};
 }
 
 }  // namespace ZARN_VERSION_NAMESPACE
