@@ -1,22 +1,10 @@
 #include <utility>
 
-#include "base/text.h"
-#include "base/url.h"
 #include "core/pipeline.h"
 #include "core/wiring.h"
 #include "platform/dispatch.h"
 
 namespace zarn::core {
-namespace {
-
-network::OwnHosts ownHosts(const model::Configuration& configuration) {
-  const auto api = base::splitUrl(configuration.apiHost());
-  return {.domains = model::ownDomains(),
-          .selfHost = api ? base::lowerCaseAscii(api->host) : std::string()};
-}
-
-}  // namespace
-
 void Pipeline::wireNetwork(std::shared_ptr<network::NetworkTracker> tracker) {
   const auto mayRecord = [this] {
     return !privacy.optedOut() && !privacy.awaitingFreshPolicyAfterOptIn() && !runState.isPaused();
@@ -32,7 +20,7 @@ void Pipeline::wireNetwork(std::shared_ptr<network::NetworkTracker> tracker) {
       .hook = host.requests,
       .tracker = std::move(tracker),
       .autoTrackNetwork = configuration.options.autoTrackNetwork,
-      .ownHosts = ownHosts(configuration),
+      .ownHosts = network::ownHostsOf(configuration),
       .mayRecord = mayRecord,
       .events = {.currentGeneration = currentGeneration, .emit = emit}});
   network->start();
