@@ -111,11 +111,7 @@ Pipeline::Pipeline(platform::Host& hostServices, const model::Configuration& con
                             replayPolicyStore, host.random),
       replayPolicy(replayPolicyAdmission, replay, host.defaults, replayPolicyQueue,
                    {.pauses = [this] { return runState.pauses(); },
-                    .mayRecord =
-                        [this] {
-                          return !runState.isPaused() && !privacy.optedOut() &&
-                                 !privacy.awaitingFreshPolicyAfterOptIn();
-                        }},
+                    .mayRecord = [this] { return mayCollect(); }},
                    log),
       policies(configuration.options.autoTrackNetwork, identity.snapshot()->deviceId,
                policyTargets(*this), replayPolicy, log),

@@ -137,6 +137,10 @@ struct Pipeline {
   void wirePush();
   void wireLife();
   void wirePrivacy();
+  /// Whether user and server allow what the event gates can't judge one by one.
+  bool mayCollect() const {
+    return !privacy.optedOut() && !privacy.awaitingFreshPolicyAfterOptIn() && !runState.isPaused();
+  }
   bool admit(model::EventType type, std::string_view name, const Properties& properties) {
     return admission.admitEvent(type, name, properties);
   }

@@ -5,10 +5,8 @@
 #include "platform/dispatch.h"
 
 namespace zarn::core {
+
 void Pipeline::wireNetwork(std::shared_ptr<network::NetworkTracker> tracker) {
-  const auto mayRecord = [this] {
-    return !privacy.optedOut() && !privacy.awaitingFreshPolicyAfterOptIn() && !runState.isPaused();
-  };
   const auto currentGeneration = [this] { return admission.change([] {}); };
   const auto emit = [this](std::string_view name, const Properties& properties,
                            network::NetworkEvents::Token generation) {
@@ -21,7 +19,7 @@ void Pipeline::wireNetwork(std::shared_ptr<network::NetworkTracker> tracker) {
       .tracker = std::move(tracker),
       .autoTrackNetwork = configuration.options.autoTrackNetwork,
       .ownHosts = network::ownHostsOf(configuration),
-      .mayRecord = mayRecord,
+      .mayRecord = [this] { return mayCollect(); },
       .events = {.currentGeneration = currentGeneration, .emit = emit}});
   network->start();
 }
