@@ -2,6 +2,9 @@
 
 #include <utility>
 
+#include "platform/defaults.h"
+#include "runtime/privacy_state.h"
+
 namespace zarn::crash {
 namespace {
 
@@ -14,8 +17,10 @@ MetricKitSubscriber::Handler handler(const CrashTracker::Track& track, std::stri
 }  // namespace
 
 CrashTracker::CrashTracker(platform::DiagnosticsSource& source, const redaction::PiiFilter& filter,
-                           std::function<bool()> isOptedOut, Track track)
+                           platform::Defaults& defaults, std::function<bool()> isOptedOut,
+                           Track track)
     : source_(source),
+      defaults_(defaults),
       isOptedOut_(std::move(isOptedOut)),
       subscriber_(filter, handler(track, "hang"), handler(track, "metric_kit_crash")) {}
 
@@ -24,28 +29,31 @@ CrashTracker::~CrashTracker() {
 }
 
 void CrashTracker::start() {
-  const bool optedOut = isOptedOut_();
-  State before;
+  if (isOptedOut_()) return;
   {
     base::MutexLock lock(lock_);
-    before = state_;
-    if (before == State::started) return;
-    state_ = optedOut ? State::optedOut : State::started;
+    if (std::exchange(isStarted_, true)) return;
   }
-  if (optedOut) return;
-  if (before == State::optedOut) source_.skipToNow();
+  skipWhatOptOutsCover();
   source_.start([this](const std::vector<platform::DiagnosticPayload>& payloads) {
     subscriber_.didReceive(payloads);
   });
 }
 
 void CrashTracker::optOut() {
-  State before;
   {
     base::MutexLock lock(lock_);
-    before = std::exchange(state_, State::optedOut);
+    if (!std::exchange(isStarted_, false)) return;
   }
-  if (before == State::started) source_.stop();
+  source_.stop();
+}
+
+void CrashTracker::skipWhatOptOutsCover() {
+  const auto optOuts = static_cast<double>(runtime::readOptOut(defaults_).count);
+  if (defaults_.getDouble(kOptOutsKey).value_or(0) == optOuts) return;
+  source_.skipToNow();
+  defaults_.set(kOptOutsKey, optOuts);
+  defaults_.commit();
 }
 
 }  // namespace zarn::crash

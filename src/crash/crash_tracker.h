@@ -10,17 +10,24 @@
 #include "crash/metric_kit_subscriber.h"
 #include "model/event.h"
 
+namespace zarn::platform {
+class Defaults;
+}
+
 namespace zarn::crash {
 
 /// Any thread.
 class CrashTracker {
  public:
+  /// Of how many opt-outs the last start knew. What was recorded during a later one is not told,
+  /// even where the opt-in came between two launches or just before a kill.
+  static constexpr const char* kOptOutsKey = "zarn_diagnostics_opt_outs";
   /// Admits an event; see runtime::Admission.
   using Track =
       std::function<bool(model::EventType type, std::string_view name, const Properties&)>;
 
   CrashTracker(platform::DiagnosticsSource& source, const redaction::PiiFilter& filter,
-               std::function<bool()> isOptedOut, Track track);
+               platform::Defaults& defaults, std::function<bool()> isOptedOut, Track track);
   /// No event is tracked once this returns.
   ~CrashTracker();
 
@@ -31,15 +38,16 @@ class CrashTracker {
   void optOut();
 
  private:
-  enum class State { idle, started, optedOut };
+  void skipWhatOptOutsCover();
 
   // Constant after construction.
   platform::DiagnosticsSource& source_;
+  platform::Defaults& defaults_;
   const std::function<bool()> isOptedOut_;
   const MetricKitSubscriber subscriber_;
 
   base::Mutex lock_{base::LockRank::leaf};
-  State state_ ZARN_GUARDED_BY(lock_) = State::idle;
+  bool isStarted_ ZARN_GUARDED_BY(lock_) = false;
 };
 
 }  // namespace zarn::crash

@@ -9,8 +9,10 @@
 #include "base/json.h"
 #include "base/text.h"
 #include "redaction/pii_filter.h"
+#include "runtime/privacy_state.h"
 #include "support/fake_name_tagger.h"
 #include "support/fake_producer_services.h"
+#include "support/fake_services.h"
 
 namespace zarn::crash {
 namespace {
@@ -28,10 +30,14 @@ struct Tracking {
   testing::FakeNameTagger names;
   redaction::PiiFilter filter{names};
   testing::FakeDiagnosticsSource source;
-  bool optedOut = false;
+  testing::FakeDefaults defaults;
   std::vector<Event> events;
   std::optional<CrashTracker> tracker{
-      std::in_place, source, filter, [this] { return optedOut; },
+      std::in_place,
+      source,
+      filter,
+      defaults,
+      [this] { return runtime::readOptOut(defaults).isOut; },
       [this](model::EventType type, std::string_view name, const Properties& properties) {
         EXPECT_EQ(type, model::EventType::crash);
         std::string json;
@@ -86,13 +92,13 @@ TEST(CrashTracker, AnOptOutStopsItAndWhatHappenedMeanwhileIsSkipped) {
   Tracking tracking;
   tracking.tracker->start();
   tracking.tracker->start();
+  runtime::writeOptOut(tracking.defaults);
   tracking.tracker->optOut();
-  tracking.optedOut = true;
   EXPECT_FALSE(tracking.source.isStarted());
   tracking.tracker->start();
   EXPECT_FALSE(tracking.source.isStarted());
   EXPECT_EQ(tracking.source.skips, 0);
-  tracking.optedOut = false;
+  runtime::writeOptIn(tracking.defaults);
   tracking.tracker->start();
   EXPECT_TRUE(tracking.source.isStarted());
   EXPECT_EQ(tracking.source.skips, 1);
@@ -102,14 +108,18 @@ TEST(CrashTracker, AnOptOutStopsItAndWhatHappenedMeanwhileIsSkipped) {
   EXPECT_FALSE(tracking.source.isStarted());
 }
 
-TEST(CrashTracker, ALaunchWhileOptedOutSkipsAsWell) {
-  Tracking tracking;
-  tracking.optedOut = true;
-  tracking.tracker->start();
-  tracking.optedOut = false;
-  tracking.tracker->start();
-  EXPECT_EQ(tracking.source.skips, 1);
-  EXPECT_TRUE(tracking.source.isStarted());
+TEST(CrashTracker, AnOptOutThatNoLaunchSawTheEndOfIsSkippedOnce) {
+  Tracking optedIn;
+  runtime::writeOptOut(optedIn.defaults);
+  runtime::writeOptIn(optedIn.defaults);  // before configure, or just before a kill
+  optedIn.tracker->start();
+  EXPECT_TRUE(optedIn.source.isStarted());
+  EXPECT_EQ(optedIn.source.skips, 1);
+  Tracking next;
+  optedIn.defaults.leaveTo(next.defaults);
+  next.tracker->start();
+  EXPECT_TRUE(next.source.isStarted());
+  EXPECT_EQ(next.source.skips, 0);
 }
 
 TEST(SignalName, IsTakenFromTheNumberingOfDiagnostics) {
