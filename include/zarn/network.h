@@ -80,7 +80,7 @@ class ZARN_API NetworkDelegate {
 /// statistics off; nor are requests by other schemes than "http" and "https".
 class ZARN_API ZarnNetworkDelegateProxy final : public NetworkDelegate {
  public:
-  /// By Zarn::networkDelegate.
+  /// By Zarn::networkDelegate. Without a tracker it only passes on.
   ZarnNetworkDelegateProxy(std::shared_ptr<network::NetworkTracker> tracker,
                            std::shared_ptr<NetworkDelegate> wrapped);
   ~ZarnNetworkDelegateProxy() override;

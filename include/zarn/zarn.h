@@ -87,7 +87,7 @@ class ZARN_API Zarn {
   /// Sees the requests that the host makes with an HTTP stack of its own: hand each one's metrics
   /// to the proxy, which counts it and passes it on to `wrapped`. The server gets counts by host
   /// and shape of path. What ends before configure is not counted. For libcurl there is
-  /// zarn/curl.h. Null in a forked child.
+  /// zarn/curl.h. In a forked child it only passes on; null when memory is out.
   static std::shared_ptr<ZarnNetworkDelegateProxy> networkDelegate(
       std::shared_ptr<NetworkDelegate> wrapped = nullptr) noexcept;
 

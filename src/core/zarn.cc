@@ -131,7 +131,13 @@ void Zarn::markGoal(Text name, const Goal& goal) noexcept {
 
 std::shared_ptr<ZarnNetworkDelegateProxy> Zarn::networkDelegate(
     std::shared_ptr<NetworkDelegate> wrapped) noexcept {
-  return publicCall([&] { return sharedClient().networkDelegate(std::move(wrapped)); });
+  if (auto proxy = publicCall([&] { return sharedClient().networkDelegate(wrapped); }))
+    return proxy;
+  try {  // in a forked child: the host's requests go on as without us
+    return std::make_shared<ZarnNetworkDelegateProxy>(nullptr, std::move(wrapped));
+  } catch (...) {
+    return nullptr;
+  }
 }
 
 void Zarn::addBreadcrumb(const Breadcrumb& breadcrumb) noexcept {

@@ -33,8 +33,8 @@ struct ZarnNetworkDelegateProxy::State {
     last.swap(wrapped);
   }
 
-  const std::shared_ptr<network::NetworkTracker> tracker;
-  const bool isAround;  // whether it was made around a delegate
+  const std::shared_ptr<network::NetworkTracker> tracker;  // null: requests are not counted
+  const bool isAround;                                     // whether it was made around a delegate
   mutable base::Mutex wrappedLock{base::LockRank::leaf};
   std::shared_ptr<NetworkDelegate> wrapped ZARN_GUARDED_BY(wrappedLock);
 };
@@ -54,7 +54,7 @@ std::shared_ptr<NetworkDelegate> ZarnNetworkDelegateProxy::wrapped() const {
 
 void ZarnNetworkDelegateProxy::didFinishCollectingMetrics(const NetworkTask& task,
                                                           const NetworkMetrics& metrics) {
-  state_->tracker->finished(task, metrics);
+  if (state_->tracker) state_->tracker->finished(task, metrics);
   if (const auto delegate = wrapped()) delegate->didFinishCollectingMetrics(task, metrics);
 }
 

@@ -191,8 +191,10 @@ TEST_F(NetworkTrackerTest, AForkedChildOnlyPassesOn) {
   base::internal::isForkedChild = true;
   proxy->didFinishCollectingMetrics(NetworkTask(), {.url = kUrl});
   EXPECT_EQ(hook_.watcher->started({.url = kUrl, .method = {}}, NetworkTask()), nullptr);
+  ZarnNetworkDelegateProxy(nullptr, delegate)
+      .didFinishCollectingMetrics(NetworkTask(), {.url = kUrl});
   base::internal::isForkedChild = false;
-  EXPECT_EQ(delegate->told, 1);
+  EXPECT_EQ(delegate->told, 2);
   EXPECT_EQ(drained(), 0U);
 }
 

@@ -11,6 +11,7 @@
 #include <thread>
 
 #include "zarn/desktop.h"
+#include "zarn/network.h"
 #include "zarn/zarn.h"
 
 using zarn::Zarn;
@@ -45,6 +46,7 @@ int forks(bool executes) {
     Zarn::identify("child", {});
     Zarn::flush();
     if (Zarn::flush(5)) _exit(3);
+    Zarn::networkDelegate()->didFinishCollectingMetrics({}, {.url = "https://shop.example/"});
     if (executes) execl("/bin/true", "true", static_cast<char*>(nullptr));
     endForkedChild(executes ? 4 : 0);
   }
