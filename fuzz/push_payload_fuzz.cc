@@ -7,6 +7,8 @@
 #include "base/text.h"
 #include "desktop/crypto.h"
 #include "push/push_payload_sanitizer.h"
+#include "redaction/pii_filter.h"
+#include "support/fake_name_tagger.h"
 #include "support/fake_services.h"
 
 namespace {
@@ -23,7 +25,8 @@ void require(bool condition) {
 push::SanitizedPush sanitized(const Properties& payload, const push::ContentRules& rules) {
   desktop::OpensslCrypto crypto;
   testing::FakeRandom random;  // the same ids each time
-  return push::sanitize(payload, rules, crypto, random);
+  testing::FakeNameTagger names;
+  return push::sanitize(payload, rules, redaction::PiiFilter(names), crypto, random);
 }
 
 std::string encoded(const Properties& properties) {

@@ -6,9 +6,6 @@
 namespace zarn::core {
 
 void Pipeline::wirePush() {
-  const auto mayRegister = [this] {
-    return !privacy.optedOut() && !privacy.awaitingFreshPolicyAfterOptIn() && !runState.isPaused();
-  };
   const auto registrant = [this] {
     const auto who = identity.snapshot();
     const auto app = appId.get();
@@ -20,7 +17,7 @@ void Pipeline::wirePush() {
   pushTokens.emplace(
       configuration, host.device.app(), host.dispatch.pool(), host.crypto, guard,
       push::PushTokenPorts{
-          .mayRegister = mayRegister,
+          .mayRegister = [this] { return mayCollect(); },
           .latestRemoteConfig = [this] { return remoteConfig.get(); },
           .registrant = registrant,
           .admit = [this](model::EventType type, std::string_view name,
@@ -31,7 +28,8 @@ void Pipeline::wirePush() {
                                   .crypto = host.crypto,
                                   .random = host.random,
                                   .defaults = host.defaults,
-                                  .notifications = host.notifications},
+                                  .notifications = host.notifications,
+                                  .filter = piiFilter},
                configuration.projectId(), configuration.options.pushAttributionWindowSeconds,
                push::PushSinks{
                    .admit =

@@ -9,6 +9,7 @@
 #include "base/value_access.h"
 #include "platform/crypto.h"
 #include "platform/random.h"
+#include "redaction/pii_filter.h"
 
 namespace zarn::push {
 namespace {
@@ -114,23 +115,25 @@ std::optional<std::string> contentHash(platform::Crypto& crypto, const std::arra
   return isEmpty ? std::nullopt : std::optional(shortHash(crypto, joined));
 }
 
-std::optional<std::string> preview(std::string_view text, std::size_t limit) {
+std::optional<std::string> preview(std::string_view text, std::size_t limit,
+                                   const redaction::PiiFilter& filter) {
   std::string oneLine(base::prefixOfBytes(text, kLongestTextBytes));
   std::replace_if(
       oneLine.begin(), oneLine.end(), [](char c) { return c == '\n' || c == '\r'; }, ' ');
-  const std::string_view kept = base::trimmed(oneLine);
+  const std::string kept = filter.scrubBounded(base::trimmed(oneLine)).text;
   if (kept.empty()) return std::nullopt;
   const std::string_view shown = base::prefixOfCharacters(kept, limit);
   return std::string(shown).append(shown.size() < kept.size() ? kEllipsis : "");
 }
 
-std::optional<std::string> shownText(const Text& text, ContentMode mode, std::size_t limit) {
+std::optional<std::string> shownText(const Text& text, ContentMode mode, std::size_t limit,
+                                     const redaction::PiiFilter& filter) {
   if (!text) return std::nullopt;
   switch (mode) {
     case ContentMode::hashOnly:
       return std::nullopt;
     case ContentMode::preview:
-      return preview(*text, limit);
+      return preview(*text, limit, filter);
     case ContentMode::full:
       return std::string(base::prefixOfBytes(*text, kLongestTextBytes));
   }
@@ -165,15 +168,15 @@ void readTraits(SanitizedPush& push, const Payload& payload, platform::Crypto& c
 }
 
 void readTexts(SanitizedPush& push, const Payload& payload, const ContentRules& rules,
-               platform::Crypto& crypto) {
+               const redaction::PiiFilter& filter, platform::Crypto& crypto) {
   const AlertTexts alert = alertTexts(payload.aps);
   push.contentHash =
       contentHash(crypto, {alert.title, alert.body, alert.subtitle, textAt(payload.aps, "category"),
                            textAt(payload.aps, "thread-id"), textAt(payload.zarn, "campaign_id")});
   push.contentMode = rules.mode;
-  push.title = shownText(alert.title, rules.mode, rules.titleLimit);
-  push.body = shownText(alert.body, rules.mode, rules.bodyLimit);
-  push.subtitle = shownText(alert.subtitle, rules.mode, rules.bodyLimit);
+  push.title = shownText(alert.title, rules.mode, rules.titleLimit, filter);
+  push.body = shownText(alert.body, rules.mode, rules.bodyLimit, filter);
+  push.subtitle = shownText(alert.subtitle, rules.mode, rules.bodyLimit, filter);
 }
 
 }  // namespace
@@ -188,7 +191,8 @@ Value identifierValue(const std::string& id) {
 }
 
 SanitizedPush sanitize(const Properties& userInfo, const ContentRules& rules,
-                       platform::Crypto& crypto, platform::Random& random) {
+                       const redaction::PiiFilter& filter, platform::Crypto& crypto,
+                       platform::Random& random) {
   const Properties none;
   const Properties* const aps = objectAt(userInfo, "aps");
   const Properties* const zarn = objectAt(userInfo, "zarn");
@@ -199,7 +203,7 @@ SanitizedPush sanitize(const Properties& userInfo, const ContentRules& rules,
   SanitizedPush push;
   readIdentifiers(push, payload, random);
   readTraits(push, payload, crypto);
-  readTexts(push, payload, rules, crypto);
+  readTexts(push, payload, rules, filter, crypto);
   return push;
 }
 

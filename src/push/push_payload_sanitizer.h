@@ -18,6 +18,9 @@ namespace zarn::platform {
 class Crypto;
 class Random;
 }  // namespace zarn::platform
+namespace zarn::redaction {
+class PiiFilter;
+}
 
 namespace zarn::push {
 
@@ -59,8 +62,10 @@ struct SanitizedPush {
   std::optional<std::string> sendId;
 };
 
+/// `filter` sees a text before a preview is cut from it: half an address is not known for one.
 SanitizedPush sanitize(const Properties& userInfo, const ContentRules& rules,
-                       platform::Crypto& crypto, platform::Random& random);
+                       const redaction::PiiFilter& filter, platform::Crypto& crypto,
+                       platform::Random& random);
 
 /// As an event tells it. The link itself is not among them.
 Properties properties(const SanitizedPush& push);

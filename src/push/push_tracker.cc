@@ -31,8 +31,13 @@ constexpr PushTracker::Interaction PushTracker::Interaction::kTextReply{EventTyp
                                                                         "text_reply"};
 
 PushTracker::PushTracker(platform::Clock& clock, platform::Crypto& crypto, platform::Random& random,
-                         Handler handler, platform::Log log)
-    : clock_(clock), crypto_(crypto), random_(random), handler_(std::move(handler)), log_(log) {}
+                         const redaction::PiiFilter& filter, Handler handler, platform::Log log)
+    : clock_(clock),
+      crypto_(crypto),
+      random_(random),
+      filter_(filter),
+      handler_(std::move(handler)),
+      log_(log) {}
 
 void PushTracker::setLimits(const control::PushLimits& limits) {
   const auto replace = [](std::size_t& limit, const std::optional<std::int64_t>& by) {
@@ -50,7 +55,7 @@ SanitizedPush PushTracker::sanitized(const Properties& userInfo) const {
     base::MutexLock lock(cacheLock_);
     rules = rules_;
   }
-  return sanitize(userInfo, rules, crypto_, random_);
+  return sanitize(userInfo, rules, filter_, crypto_, random_);
 }
 
 const PushTracker::Receipt* PushTracker::find(std::string_view pushId) const {

@@ -37,7 +37,7 @@ class PushTracker final : public platform::NotificationListener {
   using Handler = std::function<void(const PushEvent&)>;
 
   PushTracker(platform::Clock& clock, platform::Crypto& crypto, platform::Random& random,
-              Handler handler, platform::Log log);
+              const redaction::PiiFilter& filter, Handler handler, platform::Log log);
 
   void received(const Properties& userInfo, std::string_view appState) override;
   void responded(const Properties& userInfo,
@@ -68,6 +68,7 @@ class PushTracker final : public platform::NotificationListener {
   platform::Clock& clock_;
   platform::Crypto& crypto_;
   platform::Random& random_;
+  const redaction::PiiFilter& filter_;
   const Handler handler_;
   const platform::Log log_;
 

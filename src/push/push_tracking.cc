@@ -10,7 +10,7 @@ PushTracking::PushTracking(const PushServices& services, const std::string& proj
       sinks_(std::move(sinks)),
       attribution_(projectId, windowSeconds, services.defaults, services.clock),
       tracker_(
-          services.clock, services.crypto, services.random,
+          services.clock, services.crypto, services.random, services.filter,
           [this](const PushEvent& event) { tell(event); }, log),
       permissions_(services.notifications, [this](const Properties& settings) {
         tell({.type = model::EventType::pushPermission, .properties = settings});

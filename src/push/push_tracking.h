@@ -27,6 +27,7 @@ struct PushServices {
   platform::Random& random;
   platform::Defaults& defaults;
   platform::Notifications& notifications;
+  const redaction::PiiFilter& filter;
 };
 
 /// Called on the thread on which a message is reported.

@@ -18,7 +18,7 @@ namespace {
 class PushPayloadSanitizerTest : public ::testing::Test {
  protected:
   SanitizedPush sanitized(const Properties& userInfo, const ContentRules& rules = {}) {
-    return sanitize(userInfo, rules, crypto_, random_);
+    return sanitize(userInfo, rules, filter_, crypto_, random_);
   }
   SanitizedPush sanitized(std::string_view json, const ContentRules& rules = {}) {
     return sanitized(payload(json), rules);
@@ -29,6 +29,8 @@ class PushPayloadSanitizerTest : public ::testing::Test {
                      rules);
   }
 
+  testing::FakeNameTagger names_;
+  redaction::PiiFilter filter_{names_};
   desktop::OpensslCrypto crypto_;
   testing::FakeRandom random_;
 };
@@ -59,13 +61,16 @@ TEST_F(PushPayloadSanitizerTest, ShowsTextAsTheModeSays) {
 }
 
 TEST_F(PushPayloadSanitizerTest, CutsAPreviewToCharactersOnOneLine) {
-  const auto cut = previewOf(std::string(100, 'x'), {.titleLimit = 80, .bodyLimit = 100});
-  EXPECT_EQ(cut.title, std::string(80, 'x') + "…");
-  EXPECT_EQ(cut.body, std::string(100, 'x'));
+  const auto cut = previewOf(std::string(100, '-'), {.titleLimit = 80, .bodyLimit = 100});
+  EXPECT_EQ(cut.title, std::string(80, '-') + "…");
+  EXPECT_EQ(cut.body, std::string(100, '-'));
   EXPECT_EQ(previewOf(" \r\n a\nb\r\n\t").title, "a b");
   EXPECT_EQ(previewOf("👨‍👩‍👧é👨‍👩‍👧", {.titleLimit = 2}).title,
             "👨‍👩‍👧é…");
   EXPECT_EQ(previewOf(" \n \u2003 ").title, std::nullopt);
+  const auto torn = previewOf("Ask ida@harbour.example", {.titleLimit = 15, .bodyLimit = 8});
+  EXPECT_EQ(torn.title, "Ask [redacted]");
+  EXPECT_EQ(torn.body, "Ask [red…");
 }
 
 TEST_F(PushPayloadSanitizerTest, NamesAMessageByItsFirstId) {

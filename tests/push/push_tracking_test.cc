@@ -8,6 +8,8 @@
 #include <vector>
 
 #include "push/payloads.h"
+#include "redaction/pii_filter.h"
+#include "support/fake_name_tagger.h"
 #include "support/fake_producer_services.h"
 #include "support/fake_services.h"
 #include "support/manual_dispatch.h"
@@ -42,7 +44,8 @@ class PushTrackingTest : public ::testing::Test {
                      .crypto = crypto_,
                      .random = random_,
                      .defaults = defaults_,
-                     .notifications = notifications_},
+                     .notifications = notifications_,
+                     .filter = filter_},
         "shop", windowSeconds,
         PushSinks{.admit =
                       [this](EventType type, std::string_view name, const Properties& properties,
@@ -62,6 +65,8 @@ class PushTrackingTest : public ::testing::Test {
   testing::FakeRandom random_;
   testing::FakeDefaults defaults_;
   testing::FakeNotifications notifications_;
+  testing::FakeNameTagger names_;
+  redaction::PiiFilter filter_{names_};
   testing::FakeLog log_;
   bool admits_ = true;
   std::vector<Told> told_;
@@ -94,7 +99,8 @@ TEST_F(PushTrackingTest, ManyThreadsReportOneMessage) {
   const auto tracking = launch();
   std::atomic<int> admitted = 0;
   PushTracker tracker(
-      clock_, crypto_, random_, [&](const PushEvent&) { ++admitted; }, platform::Log(log_, false));
+      clock_, crypto_, random_, filter_, [&](const PushEvent&) { ++admitted; },
+      platform::Log(log_, false));
   std::vector<std::thread> threads;
   for (int i = 0; i < 4; ++i) {
     threads.emplace_back([&] {
