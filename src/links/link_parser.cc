@@ -126,7 +126,7 @@ std::optional<ParsedLink> LinkParser::parse(std::string_view url) const {
   if (parts->query) query = splitQuery(*parts->query);
   ParsedLink parsed;
   parsed.isWeb = base::isWebScheme(parts->scheme);
-  parsed.host = base::replaceInvalidUtf8(parts->host);
+  parsed.host = decodedText(parts->host);
   parsed.path = decodedText(parts->path);
   for (const QueryItem& item : query.items) {
     if (item.value) parsed.parameters[decodedText(item.name)] = decodedText(*item.value);

@@ -18,7 +18,7 @@ namespace zarn::links {
 /// Text is valid UTF-8: what is not is replaced after percent-decoding. "+" stays "+".
 struct ParsedLink {
   bool isWeb = false;  // "http" or "https"
-  std::string host;    // as it stands; may be empty
+  std::string host;    // without percent-encoding; may be empty
   std::string path;
   std::map<std::string, std::string> parameters;  // those with a value; the last of a name
   std::optional<std::string> shortLinkId;         // "ab12" of a path ".../link/ab12"

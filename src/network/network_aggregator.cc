@@ -5,6 +5,7 @@
 #include <cmath>
 #include <utility>
 
+#include "base/url.h"
 #include "base/value_access.h"
 #include "network/network_record_buffer.h"
 #include "network/route.h"
@@ -33,10 +34,11 @@ std::size_t latencySlotOf(std::int32_t durationMs) {
   return slot;
 }
 
-/// A name or address of a server is the host app's own; anything else is text like any other.
-Value hostValue(const std::string& host, std::string text) {
-  if (host.empty() || isPlainHost(host)) return base::ValueAccess::opaque(std::move(text));
-  return Value(std::move(text));
+/// A name or address of a server is the host app's own; anything else is text like any other, which
+/// the filter for personal data would not know in its encoded form.
+Value hostValue(const std::string& host) {
+  if (host.empty() || isPlainHost(host)) return base::ValueAccess::opaque(host);
+  return Value(base::percentDecoded(host));
 }
 
 }  // namespace
@@ -122,7 +124,7 @@ Properties NetworkAggregator::summary(Date now) const {
 
 Properties NetworkAggregator::routeObject(const Entry& entry) {
   const auto& [key, bucket] = entry;
-  Properties route{{"host", hostValue(key.host, key.host)},
+  Properties route{{"host", hostValue(key.host)},
                    {"route", base::ValueAccess::opaque(key.route)},
                    {"status_bucket", base::ValueAccess::opaque(std::string(key.statusBucket))},
                    {"count", bucket.count},

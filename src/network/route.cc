@@ -13,7 +13,7 @@ constexpr std::size_t kUuidLength = 36;
 constexpr std::size_t kShortestHexId = 16;
 constexpr std::size_t kShortestToken = 20;
 constexpr std::size_t kLongestName = 64;  // bytes
-constexpr std::ptrdiff_t kFewestDigitsOfNumber = 7;
+constexpr std::ptrdiff_t kFewestDigitsOfNumber = 9;
 
 constexpr bool isDigit(char c) {
   return c >= '0' && c <= '9';
@@ -52,11 +52,35 @@ bool isToken(std::string_view segment) {
          std::any_of(segment.begin(), segment.end(), isDigit);
 }
 
-/// Telephone and card numbers, dates: digits with signs between them.
+/// Telephone and card numbers: digits with signs between them.
 bool isWrittenNumber(std::string_view segment) {
   return std::count_if(segment.begin(), segment.end(), isDigit) >= kFewestDigitsOfNumber &&
          std::none_of(segment.begin(), segment.end(),
                       [](char c) { return isLetter(c) || static_cast<unsigned char>(c) >= 0x80; });
+}
+
+/// "@ada_l", wherever it stands.
+bool holdsHandle(std::string_view segment) {
+  constexpr std::size_t kShortest = 3;
+  const auto belongs = [](char c) { return isDigit(c) || isLetter(c) || c == '_' || c == '.'; };
+  for (auto at = segment.find('@'); at != std::string_view::npos; at = segment.find('@', at + 1)) {
+    const std::string_view name = segment.substr(at + 1, kShortest);
+    if (name.size() == kShortest && std::all_of(name.begin(), name.end(), belongs)) return true;
+  }
+  return false;
+}
+
+/// A bank account's number: two letters, two digits, and 11 to 30 of both.
+bool isBankAccount(std::string_view segment) {
+  return segment.size() >= 15 && segment.size() <= 34 &&
+         std::all_of(segment.begin(), segment.end(),
+                     [](char c) { return isDigit(c) || isLetter(c); }) &&
+         isLetter(segment[0]) && isLetter(segment[1]) && isDigit(segment[2]) && isDigit(segment[3]);
+}
+
+/// Two JSON objects in base64, and a signature.
+bool isWebToken(std::string_view segment) {
+  return segment.find("eyJ") < segment.find(".eyJ") && segment.find(".eyJ") != segment.npos;
 }
 
 /// No part of an interface: signed tokens, titles, names of people and files.
@@ -76,7 +100,9 @@ bool isIdentifier(std::string_view segment) {
   if (segment.size() >= kShortestHexId && std::all_of(segment.begin(), segment.end(), isHexDigit)) {
     return true;
   }
-  return isAddress(segment) || isToken(segment) || isWrittenNumber(segment) || isFreeText(segment);
+  return isAddress(segment) || isToken(segment) || isWrittenNumber(segment) ||
+         isFreeText(segment) || holdsHandle(segment) || isBankAccount(segment) ||
+         isWebToken(segment);
 }
 
 std::string routeOf(std::string_view rawPath) {

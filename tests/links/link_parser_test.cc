@@ -22,6 +22,7 @@ TEST(LinkParserTest, ReadsPathAndParametersWithoutTheirEncoding) {
   ASSERT_TRUE(link);
   EXPECT_TRUE(link->isWeb);
   EXPECT_EQ(link->host, "shop.example");
+  EXPECT_EQ(parse("shop://ida%40harbour.example")->host, "ida@harbour.example");
   EXPECT_EQ(link->path, "/café/a+b");
   EXPECT_EQ(link->parameters,
             (std::map<std::string, std::string>{
