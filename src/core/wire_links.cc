@@ -6,7 +6,7 @@ namespace zarn::core {
 void Pipeline::wireInstall() {
   const platform::AppFacts& app = host.device.app();
   installTracker.emplace(
-      host.defaults, app,
+      host.defaults, host.files, app,
       [this] { return privacy.optedOut() || privacy.awaitingFreshPolicyAfterOptIn(); },
       [this]() -> std::optional<std::string> {
         const auto clickId = deferredInstallClickId.get();

@@ -7,6 +7,7 @@
 #include "model/wire.h"
 #include "platform/defaults.h"
 #include "platform/device.h"
+#include "platform/files.h"
 
 namespace zarn::links {
 namespace {
@@ -26,10 +27,11 @@ std::string orUnknown(const std::string& text) {
 
 }  // namespace
 
-InstallTracker::InstallTracker(platform::Defaults& defaults, const platform::AppFacts& app,
-                               std::function<bool()> isOptedOut, ClickIdProvider clickId,
-                               Track track)
+InstallTracker::InstallTracker(platform::Defaults& defaults, platform::Files& files,
+                               const platform::AppFacts& app, std::function<bool()> isOptedOut,
+                               ClickIdProvider clickId, Track track)
     : defaults_(defaults),
+      files_(files),
       app_(app),
       isOptedOut_(std::move(isOptedOut)),
       clickId_(std::move(clickId)),
@@ -48,11 +50,12 @@ void InstallTracker::setUp() {
 }
 
 bool InstallTracker::claim() {
-  {
-    base::MutexLock lock(lock_);
-    if (wasEmitted(defaults_)) return false;
-    defaults_.set(kEmittedKey, true);
-  }
+  if (wasEmitted(defaults_)) return false;
+  const std::string folder = files_.dataDirectory() + "/Zarn";
+  files_.createDirectories(folder);
+  const auto lock = files_.tryLock(folder + "/install.lock");
+  if (!lock || wasEmitted(defaults_)) return false;  // another one is at it, or has been
+  defaults_.set(kEmittedKey, true);
   if (defaults_.commit()) return true;
   defaults_.remove(kEmittedKey);
   return false;

@@ -6,13 +6,13 @@
 #include <string>
 #include <string_view>
 
-#include "base/mutex.h"
 #include "model/event.h"
 #include "zarn/value.h"
 
 namespace zarn::platform {
 struct AppFacts;
 class Defaults;
+class Files;
 }  // namespace zarn::platform
 
 namespace zarn::links {
@@ -27,15 +27,17 @@ class InstallTracker {
   /// The id of the click that led to the installation, where one is known.
   using ClickIdProvider = std::function<std::optional<std::string>()>;
 
-  InstallTracker(platform::Defaults& defaults, const platform::AppFacts& app,
-                 std::function<bool()> isOptedOut, ClickIdProvider clickId, Track track);
+  InstallTracker(platform::Defaults& defaults, platform::Files& files,
+                 const platform::AppFacts& app, std::function<bool()> isOptedOut,
+                 ClickIdProvider clickId, Track track);
 
   /// Whether the installation had not been reported when this object was made. Stays so.
   bool isFirstRun() const { return isFirstRun_; }
 
   /// Reports the installation unless that was done. It is written down before, so a kill in between
   /// loses the report and never doubles it. While the user has opted out, and where it can't be
-  /// written down, nothing happens and a later launch reports. Several calls report once.
+  /// written down, nothing happens and a later launch reports. Several calls report once, also of
+  /// processes that start together.
   void setUp();
 
  private:
@@ -43,13 +45,12 @@ class InstallTracker {
 
   // Constant after construction.
   platform::Defaults& defaults_;
+  platform::Files& files_;
   const platform::AppFacts& app_;
   const std::function<bool()> isOptedOut_;
   const ClickIdProvider clickId_;
   const Track track_;
   const bool isFirstRun_;
-
-  base::Mutex lock_{base::LockRank::producer};
 };
 
 }  // namespace zarn::links

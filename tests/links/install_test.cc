@@ -8,6 +8,7 @@
 
 #include "base/base64.h"
 #include "base/json.h"
+#include "desktop/files.h"
 #include "links/install_tracker.h"
 #include "links/install_validator.h"
 #include "platform/device.h"
@@ -16,6 +17,7 @@
 #include "support/fake_services.h"
 #include "support/manual_dispatch.h"
 #include "support/scripted_http.h"
+#include "support/temp_directory.h"
 
 namespace zarn::links {
 namespace {
@@ -25,8 +27,11 @@ constexpr const char* kPath = "/api/sdk/install/validate";
 struct Installing {
   explicit Installing(const testing::FakeDefaults* before = nullptr) {
     if (before != nullptr) before->leaveTo(defaults);
-    tracker.emplace(
-        defaults, app, [this] { return optedOut.load(); }, [this] { return clickId; },
+    addProcess(tracker);
+  }
+  void addProcess(std::optional<InstallTracker>& process) {
+    process.emplace(
+        defaults, files, app, [this] { return optedOut.load(); }, [this] { return clickId; },
         [this](model::EventType type, std::string_view name, const Properties& properties) {
           EXPECT_EQ(type, model::EventType::install);
           EXPECT_EQ(name, "app_install");
@@ -38,6 +43,10 @@ struct Installing {
         });
   }
 
+  testing::TempDirectory directory;
+  testing::FakeEnvironment environment;
+  testing::FakeLog log;
+  desktop::PosixFiles files{{.dataDirectory = directory.path(), .bundleId = ""}, environment, log};
   testing::FakeDefaults defaults;
   platform::AppFacts app{.version = "2.4.1", .build = "241"};
   std::atomic<bool> optedOut = false;
@@ -96,6 +105,20 @@ TEST(InstallTracker, ThreadsTogetherReportOnce) {
     installing.tracker->setUp();
     other.join();
     EXPECT_EQ(installing.reports, 1);
+  }
+}
+
+TEST(InstallTracker, ProcessesTogetherReportOnce) {
+  for (const int looks : {1, 2}) {  // that the first has had when the second one comes
+    Installing installing;
+    std::optional<InstallTracker> second;
+    installing.addProcess(second);
+    const auto come = [&] { second->setUp(); };
+    installing.defaults.afterRead = come;
+    if (looks == 2) installing.defaults.afterRead = [&] { installing.defaults.afterRead = come; };
+    installing.tracker->setUp();
+    EXPECT_EQ(installing.defaults.afterRead, nullptr);
+    EXPECT_EQ(installing.reports, 1) << looks;
   }
 }
 
