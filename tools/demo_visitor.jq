@@ -1,5 +1,5 @@
 # Holds the visitor's journal against the collector's records. Gives the calls, by what held when they
-# were made, and facts; `holds` says whether each is as it must be.
+# were made, the requests by route, and facts; `holds` says whether each is as it must be.
 
 def milliseconds: (.[0:19] + "Z" | fromdateiso8601) * 1000 + (.[20:23] | tonumber);
 # Lines are compared by their number where calls follow each other in less than a millisecond.
@@ -47,6 +47,19 @@ def milliseconds: (.[0:19] + "Z" | fromdateiso8601) * 1000 + (.[20:23] | tonumbe
 | ($arrived | map(select(.properties.step)) | group_by(.session_id)
    | map(map(.properties.step | split("-")[0]) | unique | length)) as $launches_of_session
 
+| def of_type($type): [$arrived[] | select(.event_type == $type)];
+  def is_attributed: .properties.attribution_push_id == "c1d2e3f4-0516-4728-893a-4b5c6d7e8f90";
+  of_type("deep_link") as $links
+| of_type("push_open") as $opened
+| [$lines[] | select(.link) | .link] as $handled
+| mark("opened") as $opening
+| events_of(.line > $opening.line and .to < $opted_out) as $later
+| ($all_requests | map(select(.head | startswith("POST /api/sdk/push/register ")))) as $registrations
+# Everything beside the one place where the token may be.
+| [($all_requests - $registrations)[] | .head + (.body // "")] as $said
+| ($lines | map(select(.request) | .request) | group_by(.) | map({what: .[0], made: length})) as $made
+| [$network[0].hosts[] | .host as $host | .routes[] | .route as $route | .statuses | to_entries[]
+   | {what: "\($host) \($route) \(.key)", counted: .value}] as $counted
 | {
     calls: [
       calls("while tracking was allowed"; .phase == "allowed"; true),
@@ -55,7 +68,29 @@ def milliseconds: (.[0:19] + "Z" | fromdateiso8601) * 1000 + (.[20:23] | tonumbe
         .phase == "consenting" and .to < $policy_at; false),
       calls("while the server paused"; .phase == "paused"; false)
     ],
+    routes: [
+      (($made + $counted) | group_by(.what)[] | add | .made //= 0 | .counted //= 0
+       | .holds = (.made == .counted))
+    ],
     facts: [
+      fact("The link's handler was called twice, then with the campaign"; $handled[0:2] | length;
+        $handled[0:2] == ["universalLink, campaign unknown, to unknown",
+                          "universalLink, campaign spring, to /offers"]),
+      fact("Links told of: the e-mail's and the message's"; $links | length;
+        ([$links[] | [.properties.source, .properties.utm_campaign]] | sort)
+          == [["push", null], ["universalLink", "spring"]]),
+      fact("Push messages received and opened"; "\(of_type("push_received") | length), \($opened | length)";
+        (of_type("push_received") | length) == 1 and ($opened | length) == 1
+          and ($handled[2:] == ["push, campaign unknown, to unknown"])),
+      fact("Events attributed to it, of those after the opening";
+        "\([$later[] | select(is_attributed)] | length) of \($later | length)";
+        $later != [] and all($later[]; is_attributed)),
+      none("... of those before it and after the sign-out, and of the opening";
+        [($opened + $after + events_of(.line < $opening.line))[]
+         | select(.properties.attribution_push_id)]),
+      fact("Registrations of the token"; $registrations | length; ($registrations | length) == 1),
+      none("Raw paths, names, texts and tokens in all other bytes that came";
+        [$private[] | select(. as $text | any($said[]; contains($text)))]),
       none("Requests of any kind between opt-out and opt-in, \($opted_in - $opted_out) ms";
         [$all_requests[] | select(.at >= $opted_out and .at < $opted_in)]),
       fact("From the opt-in to the fresh policy, ms"; $policy_at - $opted_in;

@@ -1,20 +1,23 @@
-// A visitor and their privacy: one launch is one scene of an app that asks for consent, is paused
-// by its server, and signs its user out. Each call is noted in a journal with the time before and
-// after it, so that a script can hold that against what a collector has recorded.
+// A visitor and their privacy: one launch is one scene of an app that is opened by a link, gets a
+// push message, asks for consent, is paused by its server, and signs its user out. Each call is
+// noted in a journal with the time before and after it, so that a script can hold that against what
+// a collector has recorded.
 //
-//   zarn-visitor API_HOST DATA_DIRECTORY JOURNAL SCENE
+//   zarn-visitor API_HOST DATA_DIRECTORY JOURNAL SCENE [ARGUMENT]
 //
-// Scenes, in the order of the story: arrive, withdraw, consent, pause, resume, leave, stranger.
+// Scenes, in the order of the story: arrive, follow LINK, notify, browse PORT, withdraw, consent,
+// pause, resume, leave, stranger. PORT is that of zarn-prints-origin.
+#include <atomic>
 #include <chrono>
 #include <cstdio>
-#include <fstream>
-#include <functional>
 #include <iostream>
 #include <map>
 #include <string>
 #include <string_view>
 #include <thread>
 
+#include "journal.h"
+#include "requests.h"
 #include "zarn/desktop.h"
 #include "zarn/zarn.h"
 
@@ -25,39 +28,7 @@ namespace {
 using std::chrono::milliseconds;
 using std::chrono::seconds;
 
-/// One line of JSON for each call, written once it has returned.
-class Journal {
- public:
-  Journal(const std::string& path, std::string scene)
-      : file_(path, std::ios::app), scene_(std::move(scene)) {}
-
-  /// What holds for the calls from now on.
-  void setPhase(std::string phase) { phase_ = std::move(phase); }
-
-  /// A call that makes an event; `call` gets the step that the event is to carry.
-  void track(const std::function<void(const std::string& step)>& call) {
-    const std::string step = scene_ + "-" + std::to_string(++count_);
-    note("step", step, [&] { call(step); });
-    std::this_thread::sleep_for(milliseconds(5));
-  }
-  void note(std::string_view kind, std::string_view what, const std::function<void()>& call = {}) {
-    const long long before = now();
-    if (call) call();
-    file_ << R"({"scene":")" << scene_ << R"(","phase":")" << phase_ << R"(",")" << kind << R"(":")"
-          << what << R"(","from":)" << before << R"(,"to":)" << now() << "}" << std::endl;
-  }
-
- private:
-  static long long now() {
-    const auto since = std::chrono::system_clock::now().time_since_epoch();
-    return std::chrono::duration_cast<milliseconds>(since).count();
-  }
-
-  std::ofstream file_;
-  const std::string scene_;
-  std::string phase_ = "allowed";
-  int count_ = 0;
-};
+const char* argument = "";  // of the scene
 
 /// Waits for what the server has to say first, such as its policy. A host need not: the next launch
 /// would deliver.
@@ -104,6 +75,63 @@ void arrive(Journal& journal) {
     Zarn::markGoal("first_order",
                    {.value = 24.5, .currency = "EUR", .properties = {{"step", step}}});
   });
+  deliver();
+}
+
+/// Waits for a callback, which comes on a thread of the library.
+template <typename Holds>
+void await(const Holds& holds) {
+  for (int i = 0; i < 500 && !holds(); ++i) std::this_thread::sleep_for(milliseconds(20));
+}
+
+std::atomic<int> linksHandled{0};
+
+/// A real app would go to the place in it; here it is noted what would be known of the link.
+void handleLinks(Journal& journal) {
+  Zarn::onDeepLink([&journal](const zarn::ZarnDeepLink& link) {
+    journal.note("link", std::string(rawValue(link.source)) + ", campaign " +
+                             link.campaign.value_or("unknown") + ", to " +
+                             link.targetPath.value_or("unknown"));
+    ++linksHandled;
+  });
+}
+
+/// Opens the app by a link in an e-mail. The server knows the click, and so the handler is called
+/// again with what it knows.
+void follow(Journal& journal) {
+  handleLinks(journal);
+  journal.note("mark", "follow", [] { Zarn::handleURL(argument); });
+  await([] { return linksHandled == 2; });
+  look(journal, 1);
+  deliver();
+}
+
+/// A message comes and is opened; it has a link of its own.
+void notify(Journal& journal) {
+  handleLinks(journal);
+  Zarn::setPushToken("raw-token-9b1c7e44a0d25f3386", zarn::PushProvider::apns);
+  const zarn::Properties message{
+      {"aps", zarn::Properties{{"alert", zarn::Properties{{"title", "Dear Eve, it is done"},
+                                                          {"body", "Eve's poster can be fetched"}}},
+                               {"category", "order_ready"}}},
+      {"zarn", zarn::Properties{{"send_id", "c1d2e3f4-0516-4728-893a-4b5c6d7e8f90"},
+                                {"campaign_id", "order-ready"},
+                                {"deep_link",
+                                 "https://links.prints.example/pickup/77120345?mail=eve%40friend."
+                                 "example"}}},
+      {"customer", "eve@friend.example"}};
+  look(journal, 1);
+  Zarn::logPushReceived(message, "background");
+  journal.note("mark", "opened", [&] { Zarn::logPushOpened(message); });
+  await([] { return linksHandled == 1; });
+  look(journal, 2);
+  deliver();
+}
+
+/// Looks around; the requests are counted, and told of when the app ends.
+void browse(Journal& journal) {
+  requestAll(argument, journal);
+  look(journal, 1);
   deliver();
 }
 
@@ -172,23 +200,28 @@ void stranger(Journal& journal) {
 }
 
 const std::map<std::string_view, void (*)(Journal&)> kScenes = {
-    {"arrive", arrive}, {"withdraw", withdraw}, {"consent", consent},  {"pause", pause},
-    {"resume", resume}, {"leave", leave},       {"stranger", stranger}};
+    {"arrive", arrive},     {"follow", follow},    {"notify", notify}, {"browse", browse},
+    {"withdraw", withdraw}, {"consent", consent},  {"pause", pause},   {"resume", resume},
+    {"leave", leave},       {"stranger", stranger}};
 
 }  // namespace
 
 int main(int argc, char** argv) {
-  const auto scene = argc == 5 ? kScenes.find(argv[4]) : kScenes.end();
+  const auto scene = argc == 5 || argc == 6 ? kScenes.find(argv[4]) : kScenes.end();
   if (scene == kScenes.end()) {
-    std::fprintf(stderr, "usage: zarn-visitor API_HOST DATA_DIRECTORY JOURNAL SCENE\n");
+    std::fprintf(stderr, "usage: zarn-visitor API_HOST DATA_DIRECTORY JOURNAL SCENE [ARGUMENT]\n");
     return 2;
   }
-  Journal journal(argv[3], argv[4]);
+  if (argc == 6) argument = argv[5];
+  // Never destroyed: a link may be handed over while the process ends.
+  static Journal& journal = *new Journal(argv[3], argv[4]);
   zarn::desktop::describeHost({.bundleId = "com.example.prints",
                                .name = "Harbour Prints",
                                .version = "1.3.0",
                                .dataDirectory = argv[2]});
-  journal.note("mark", "launch",
-               [&] { Zarn::configure("wk_demo_x_prints_key", {.apiHost = argv[1]}); });
+  journal.note("mark", "launch", [&] {
+    Zarn::configure("wk_demo_x_prints_key",
+                    {.apiHost = argv[1], .universalLinkHosts = {"prints.example"}});
+  });
   scene->second(journal);
 }
