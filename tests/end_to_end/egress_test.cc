@@ -1,34 +1,23 @@
 // Plants secrets in every input of the API, and looks for them in every byte that reached a server,
 // in every file of the data directory and in the debug log.
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <algorithm>
-#include <filesystem>
-#include <fstream>
-#include <memory>
 #include <sstream>
 #include <vector>
 
-#include "base/sqlite.h"
+#include "egress.h"
 #include "hosts/planted.h"
-#include "ordered_host.h"
 
 namespace zarn {
 namespace {
 
-using testing::CollectorProcess;
-using testing::OrderedHost;
-using testing::TempDirectory;
-
-enum Where : unsigned { kNowhere = 0, kSent = 1, kKept = 2, kLogged = 4 };
-
-/// Something planted, and exactly where it is to be found again.
-struct Planted {
-  std::string what;
-  std::string core;
-  unsigned where = kNowhere;
-};
+using testing::EgressTest;
+using testing::kKept;
+using testing::kLogged;
+using testing::kNowhere;
+using testing::kSent;
+using testing::Planted;
 
 struct Passing {
   std::string_view text;
@@ -110,98 +99,13 @@ std::vector<std::string> eventIds(const std::string& bytes) {
   return ids;
 }
 
-/// Found in the surroundings, which nobody has handed to the library.
-class Surroundings {
- public:
-  OrderedHost::Environment variables() const {
-    return {{"HOME", home_.path()},
-            {"USER", "leaking-user"},
-            {"LOGNAME", "leaking-user"},
-            {"EMAIL", "leaking@hidden.example"},
-            {"TZ", ":" + home_.path() + "/leaking-zone"}};
-  }
-  std::vector<Planted> secrets(const std::string& data) const {
-    std::vector<Planted> all = {{"home directory", home_.path()},
-                                {"environment", "leaking"},
-                                {"data directory", data},
-                                {"path of the program", EGRESS_HOST_PROGRAM}};
-    char name[256] = {};
-    if (gethostname(name, sizeof name - 1) == 0 && std::string(name).size() > 7 &&
-        std::string(name) != "localhost") {
-      all.push_back({"name of the machine", name});
-    }
-    std::string id;
-    if (std::ifstream("/etc/machine-id") >> id && id.size() == 32) {
-      all.push_back({"id of the machine", id});
-    }
-    return all;
-  }
-
- private:
-  TempDirectory home_;
-};
-
-class EgressTest : public ::testing::Test {
+class CallsEgressTest : public EgressTest {
  protected:
-  void policy(const std::string& json) {
-    const auto answer = collector_.request("PUT", "/api/collector/projects/egress",
-                                           R"({"data_collection":)" + json + "}");
-    ASSERT_EQ(answer.status, 200) << answer.body;
-  }
-  std::unique_ptr<OrderedHost> launch() {
-    return std::make_unique<OrderedHost>(EGRESS_HOST_PROGRAM, collector_.address(), data_.path(),
-                                         surroundings_.variables(), true);
-  }
-  void end(OrderedHost& host) {
-    host.exit();
-    logged_ += host.said();
-  }
-  /// A launch that plants everything while the server takes no events.
-  void plant() {
-    const auto host = launch();
-    (*host)("deliver");  // the policy has been heard
-    collector_.post("/api/collector/faults",
-                    R"({"endpoint":"batch","kind":"status","status":503})");
-    (*host)("plant");
-    host->ask("flush");
-    end(*host);
-    collector_.request("DELETE", "/api/collector/faults");
-  }
-  void deliver() {
-    const auto host = launch();
-    (*host)("deliver");
-    end(*host);
-  }
-  std::string sent() { return collector_.getJson("/api/collector/requests/raw"); }
-  /// Every byte of every file; and the rows again, as a file may have them in pieces.
-  std::string kept() {
-    std::string all;
-    const TempDirectory copy;
-    std::filesystem::copy(data_.path(), copy.path(), std::filesystem::copy_options::recursive);
-    for (const auto& entry : std::filesystem::recursive_directory_iterator(data_.path())) {
-      if (!entry.is_regular_file()) continue;
-      std::ostringstream bytes;
-      bytes << std::ifstream(entry.path(), std::ios::binary).rdbuf();
-      all += entry.path().filename().string() + "\n" + bytes.str() + "\n";
-      if (entry.path().extension() != ".sqlite") continue;
-      // Of the copy, since closing it would tidy up what the next launch is to find.
-      const auto path = copy.path() / entry.path().lexically_relative(data_.path());
-      auto database = base::Sqlite::open(path);
-      EXPECT_TRUE(database &&
-                  database->prepare("SELECT data FROM events").forEachRow([&](const auto& row) {
-                    all += std::string(row.blob(0)) + "\n";
-                  }));
-    }
-    return all;
-  }
-
-  TempDirectory data_;
-  Surroundings surroundings_;
-  CollectorProcess collector_;
-  std::string logged_;
+  CallsEgressTest() : EgressTest(EGRESS_HOST_PROGRAM) {}
 };
 
-class EgressByFlagTest : public EgressTest, public ::testing::WithParamInterface<const char*> {};
+class EgressByFlagTest : public CallsEgressTest,
+                         public ::testing::WithParamInterface<const char*> {};
 
 TEST_P(EgressByFlagTest, OnlyWhatIsMeantToLeavesIsKeptOrLogged) {
   const std::string flag = GetParam();
@@ -244,7 +148,7 @@ INSTANTIATE_TEST_SUITE_P(Flags, EgressByFlagTest,
                          });
 
 // A key in an address ends up in the logs of every proxy on the way.
-TEST_F(EgressTest, NoKeyIsInAnAddress) {
+TEST_F(CallsEgressTest, NoKeyIsInAnAddress) {
   plant();
   deliver();
   std::istringstream lines(sent());
@@ -258,7 +162,7 @@ TEST_F(EgressTest, NoKeyIsInAnAddress) {
   EXPECT_GE(requests, 5);
 }
 
-TEST_F(EgressTest, AfterAnOptOutTheNextLaunchLeavesNoByteOfAnEvent) {
+TEST_F(CallsEgressTest, AfterAnOptOutTheNextLaunchLeavesNoByteOfAnEvent) {
   plant();
   const std::vector<std::string> ids = eventIds(kept());
   ASSERT_GE(ids.size(), 15u);

@@ -1,10 +1,11 @@
-// The secrets that egress_host plants and egress_test looks for: of each kind one for each place,
-// so that what leaks tells where it came from.
+// The secrets that the egress hosts plant and their tests look for: of each kind one for each
+// place, so that what leaks tells where it came from.
 #pragma once
 
 #include <algorithm>
 #include <array>
 #include <cstdlib>
+#include <span>
 #include <string>
 #include <string_view>
 
@@ -44,6 +45,62 @@ inline constexpr std::array<std::string_view, 30> kPlaces = {
     "broken UTF-8",
 };
 
+/// What comes in from outside: by links, push messages and requests.
+inline constexpr std::array<std::string_view, 52> kOutsidePlaces = {
+    "link: user",
+    "link: path",
+    "link: value",
+    "link: name",
+    "link: fragment",
+    "link: click id",
+    "link: short id",
+    "link: repeated short id",
+    "link: campaign",
+    "link: other campaign",
+    "link: campaign's name",
+    "link: host of a scheme",
+    "link: path of a scheme",
+    "link: none",
+    "link: known",
+    "activity: type",
+    "activity: path",
+    "window: activity",
+    "window: link",
+    "question: path",
+    "push: title",
+    "push: body",
+    "push: subtitle",
+    "push: key of a title",
+    "push: key of a body",
+    "push: arguments",
+    "push: alert",
+    "push: torn title",
+    "push: value",
+    "push: value inside",
+    "push: name",
+    "push: name inside",
+    "push: link",
+    "push: other link",
+    "push: delivery",
+    "push: campaign",
+    "push: job",
+    "push: send",
+    "push: repeated id",
+    "push: collapse id",
+    "push: category",
+    "push: thread",
+    "push: action",
+    "push: state",
+    "token",
+    "request: user",
+    "request: segment",
+    "request: query",
+    "request: host",
+    "breadcrumb",
+    "conversion",
+    "consent",
+};
+
 /// What the filter promises to find.
 inline constexpr std::array<std::string_view, 9> kKinds = {
     "e-mail",    "phone",  "card",       "national id", "bank account",
@@ -56,9 +113,15 @@ struct Secret {
 
 /// Ends the program where there is no such place, so that none is forgotten or misspelt.
 inline int placeNumber(std::string_view place) {
-  const auto found = std::find(kPlaces.begin(), kPlaces.end(), place);
-  if (found == kPlaces.end()) std::abort();
-  return 10 + static_cast<int>(found - kPlaces.begin());
+  using Places = std::span<const std::string_view>;
+  int number = 10;
+  for (const Places places : {Places(kPlaces), Places(kOutsidePlaces)}) {
+    for (const std::string_view known : places) {
+      if (known == place) return number;
+      ++number;
+    }
+  }
+  std::abort();
 }
 
 inline std::string cardNumber(const std::string& place) {
@@ -97,12 +160,34 @@ inline std::string mark(std::string_view place) {
   return "<mark " + std::to_string(placeNumber(place)) + ">";
 }
 
+/// The same for what is planted in a link.
+inline std::string followed(std::string_view place) {
+  return "followed-" + std::to_string(placeNumber(place));
+}
+
 /// All of them in one text that the filter looks at as a whole.
 inline std::string sentence(std::string_view place) {
   std::string text = mark(place) + " ";
   for (const std::string_view kind : kKinds) text += secret(kind, place).text + " , ";
   if (text.size() > 256) std::abort();
   return text;
+}
+
+/// As it may stand anywhere in an address.
+inline std::string percentEncoded(std::string_view text) {
+  std::string encoded;
+  for (const char c : text) {
+    const bool isPlain =
+        (c >= '0' && c <= '9') || (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '-';
+    if (isPlain) {
+      encoded += c;
+    } else {
+      constexpr std::string_view kDigits = "0123456789ABCDEF";
+      const auto byte = static_cast<unsigned char>(c);
+      encoded += {'%', kDigits[byte >> 4], kDigits[byte & 15]};
+    }
+  }
+  return encoded;
 }
 
 /// The keys that the server's identity flags govern, and what is planted under each: words that no
@@ -147,6 +232,19 @@ inline constexpr std::string_view kNestedGoverned = "nested-first-name.";
 inline constexpr std::int64_t kCardAsNumber = 4000123499567897;
 inline constexpr std::string_view kBundleId = "com.example.egress";
 inline constexpr std::string_view kAppName = "Egress of Harbour";
+
+// What comes in from outside and passes.
+inline constexpr std::string_view kLinkHost = "links.harbour.example";
+inline constexpr std::string_view kLinkParameter = "utm_content";
+inline constexpr std::string_view kClickId = "3f2504e0-4f89-41d3-9a0c-0305e82c3301";
+inline constexpr std::string_view kPushId = "7c9e6679-7425-40de-944b-e07fc1f90ae7";
+inline constexpr std::string_view kPushName = "name-in-a-push";
+inline constexpr std::string_view kRequestHost = "requests.harbour.example";
+inline constexpr std::string_view kServerName = "cdn-0123456789-0123456789.example";
+inline constexpr std::string_view kRequestSegment = "steamboats";
+/// Where a message's title is cut in a preview, and its text.
+inline constexpr std::size_t kTitleLimit = 40;
+inline constexpr std::string_view kPastThePreview = "words at the end of a message";
 
 // What must stay here, whatever the server allows.
 inline constexpr std::string_view kWriteKeySecret = "writekeysecret";
