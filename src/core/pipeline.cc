@@ -140,11 +140,11 @@ Pipeline::Pipeline(platform::Host& hostServices, const model::Configuration& con
   upkeepThread->post([] { redaction::PiiFilter::prepare(); });
   wireControl();
   wireSessions();
-  wireNetwork(std::move(networkTracker));
   wireInstall();
   wireLinks();
   wirePush();
   // From here on events come from other threads too.
+  wireNetwork(std::move(networkTracker));
   wireCrash();
   wireLife();
   wirePrivacy();

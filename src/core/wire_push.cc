@@ -37,7 +37,8 @@ void Pipeline::wirePush() {
                               const Properties& properties, const std::function<void()>& admitted) {
                          admission.admitEvent(type, name, properties, admitted);
                        },
-                   .openLink = [this](const std::string& link) { links->ingestPush(link); }},
+                   .openLink = base::weakly(
+                       wiring, [this](const std::string& link) { links->ingestPush(link); })},
                log);
   admission.attribution = [this] { return push->attribution(); };
   push->start();
