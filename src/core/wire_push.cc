@@ -35,7 +35,7 @@ void Pipeline::wirePush() {
                    .admit =
                        [this](model::EventType type, std::string_view name,
                               const Properties& properties, const std::function<void()>& admitted) {
-                         admission.admitEvent(type, name, properties, admitted);
+                         return admission.admitEvent(type, name, properties, admitted);
                        },
                    .openLink = base::weakly(
                        wiring, [this](const std::string& link) { links->ingestPush(link); })},

@@ -10,6 +10,7 @@
 #include "platform/clock.h"
 #include "platform/defaults.h"
 #include "push/push_payload_sanitizer.h"
+#include "redaction/pii_filter.h"
 
 namespace zarn::model {
 
@@ -49,16 +50,34 @@ std::int64_t millisecondsOf(Date date) {
   return std::chrono::floor<std::chrono::milliseconds>(date).time_since_epoch().count();
 }
 
-/// Of plain text or of what the library made itself.
-std::optional<std::string> textOf(const Properties& properties, std::string_view key) {
-  const Value* value = properties.find(key);
+/// Of what the library made itself, or of plain text as it may be told.
+std::optional<std::string> textOf(const Value* value, const redaction::PiiFilter& filter) {
   if (value == nullptr) return std::nullopt;
   if (const std::string* opaque = base::ValueAccess::opaqueText(*value)) return *opaque;
   const auto text = value->asString();
-  return text ? std::optional<std::string>(*text) : std::nullopt;
+  return text ? std::optional(filter.scrubBounded(*text).text) : std::nullopt;
 }
 
 }  // namespace
+
+std::optional<Attribution> attributionTo(const Properties& opened,
+                                         const std::optional<std::string>& sendId,
+                                         const redaction::PiiFilter& filter) {
+  const auto text = [&](std::string_view key) { return textOf(opened.find(key), filter); };
+  auto pushId = text("push_id");
+  if (!pushId || pushId->empty()) return std::nullopt;
+  Attribution attribution{.pushId = *std::move(pushId),
+                          .campaignId = text("zarn_campaign_id"),
+                          .deliveryId = text("zarn_delivery_id"),
+                          .jobId = text("zarn_job_id"),
+                          .sendId = std::nullopt,
+                          .contentHash = text("content_hash")};
+  if (sendId) {
+    const Value id = identifierValue(*sendId);
+    attribution.sendId = textOf(&id, filter);
+  }
+  return attribution;
+}
 
 PushAttributionStore::PushAttributionStore(const std::string& projectId, double windowSeconds,
                                            platform::Defaults& defaults,
@@ -126,17 +145,8 @@ Properties PushAttributionStore::attach() {
   return attached;
 }
 
-void PushAttributionStore::capture(const Properties& opened,
-                                   const std::optional<std::string>& sendId) {
-  auto pushId = textOf(opened, "push_id");
-  if (!pushId || pushId->empty()) return;
-  Attribution attribution{.pushId = *std::move(pushId),
-                          .campaignId = textOf(opened, "zarn_campaign_id"),
-                          .deliveryId = textOf(opened, "zarn_delivery_id"),
-                          .jobId = textOf(opened, "zarn_job_id"),
-                          .sendId = sendId,
-                          .contentHash = textOf(opened, "content_hash"),
-                          .capturedAt = static_cast<double>(millisecondsOf(clock_.now())) / 1000};
+void PushAttributionStore::capture(Attribution attribution) {
+  attribution.capturedAt = static_cast<double>(millisecondsOf(clock_.now())) / 1000;
   base::MutexLock lock(lock_);
   replaceLocked(std::move(attribution));
 }

@@ -14,6 +14,9 @@ namespace zarn::platform {
 class Clock;
 class Defaults;
 }  // namespace zarn::platform
+namespace zarn::redaction {
+class PiiFilter;
+}
 
 namespace zarn::push {
 
@@ -22,6 +25,12 @@ struct Attribution {
   std::optional<std::string> campaignId, deliveryId, jobId, sendId, contentHash;
   double capturedAt = 0;  // seconds since 1970, to the millisecond
 };
+
+/// From the properties of an opening; nothing without a push id. It is kept across launches, so
+/// what came with the payload passes the filter for personal data first.
+std::optional<Attribution> attributionTo(const Properties& opened,
+                                         const std::optional<std::string>& sendId,
+                                         const redaction::PiiFilter& filter);
 
 /// Any thread. The defaults are written with the lock held, so that they hold what memory holds.
 class PushAttributionStore {
@@ -34,9 +43,8 @@ class PushAttributionStore {
   /// window, or when the clock was set back behind the opening, the attribution ends.
   Properties attach();
 
-  /// `opened` are the properties of an opening; without a push id nothing happens. Replaces the one
-  /// before.
-  void capture(const Properties& opened, const std::optional<std::string>& sendId);
+  /// As of now. Replaces the one before.
+  void capture(Attribution attribution);
 
   void clear();
 

@@ -87,7 +87,16 @@ void PushTracker::received(const Properties& userInfo, std::string_view appState
                   .properties = properties(push)};
   event.properties.set("app_state", state);
   event.properties.set("received_at_ms", now);
-  handler_(event);
+  // Of a message that must not be told of, its opening must not tell either when it came.
+  if (!handler_(event)) forget(push.pushId);
+}
+
+void PushTracker::forget(std::string_view pushId) {
+  base::MutexLock lock(cacheLock_);
+  receivedCache_.erase(
+      std::remove_if(receivedCache_.begin(), receivedCache_.end(),
+                     [&](const Receipt& receipt) { return receipt.pushId == pushId; }),
+      receivedCache_.end());
 }
 
 void PushTracker::responded(const Properties& userInfo,

@@ -34,7 +34,8 @@ struct PushEvent {
 /// Any thread. Remembers the last 100 messages, in memory only.
 class PushTracker final : public platform::NotificationListener {
  public:
-  using Handler = std::function<void(const PushEvent&)>;
+  /// False when the event was dropped.
+  using Handler = std::function<bool(const PushEvent&)>;
 
   PushTracker(platform::Clock& clock, platform::Crypto& crypto, platform::Random& random,
               const redaction::PiiFilter& filter, Handler handler, platform::Log log);
@@ -62,6 +63,7 @@ class PushTracker final : public platform::NotificationListener {
   void told(const Properties& userInfo, std::string_view actionIdentifier,
             const Interaction& interaction);
   const Receipt* find(std::string_view pushId) const ZARN_REQUIRES(cacheLock_);
+  void forget(std::string_view pushId);
   std::int64_t nowMs() const;
 
   // Constant after construction.

@@ -7,11 +7,12 @@ namespace zarn::push {
 PushTracking::PushTracking(const PushServices& services, const std::string& projectId,
                            double windowSeconds, PushSinks sinks, platform::Log log)
     : notifications_(services.notifications),
+      filter_(services.filter),
       sinks_(std::move(sinks)),
       attribution_(projectId, windowSeconds, services.defaults, services.clock),
       tracker_(
           services.clock, services.crypto, services.random, services.filter,
-          [this](const PushEvent& event) { tell(event); }, log),
+          [this](const PushEvent& event) { return tell(event); }, log),
       permissions_(services.notifications, [this](const Properties& settings) {
         tell({.type = model::EventType::pushPermission, .properties = settings});
       }) {}
@@ -26,13 +27,16 @@ void PushTracking::start() {
   permissions_.start();
 }
 
-void PushTracking::tell(const PushEvent& event) {
-  sinks_.admit(event.type, model::wireName(event.type), event.properties, [&] {
-    if (event.type == model::EventType::pushOpen) {
-      attribution_.capture(event.properties, event.sendId);
-    }
+bool PushTracking::tell(const PushEvent& event) {
+  std::optional<Attribution> attribution;
+  if (event.type == model::EventType::pushOpen) {
+    attribution = attributionTo(event.properties, event.sendId, filter_);
+  }
+  const bool isIn = sinks_.admit(event.type, model::wireName(event.type), event.properties, [&] {
+    if (attribution) attribution_.capture(*std::move(attribution));
   });
   if (event.deepLink && sinks_.openLink) sinks_.openLink(*event.deepLink);
+  return isIn;
 }
 
 }  // namespace zarn::push

@@ -33,8 +33,8 @@ struct PushServices {
 /// Called on the thread on which a message is reported.
 struct PushSinks {
   /// `admitted` is to run when the event is in, in one step against the privacy boundaries; not at
-  /// all when it was dropped or one has come meanwhile.
-  std::function<void(model::EventType, std::string_view name, const Properties&,
+  /// all when it was dropped or one has come meanwhile. False when it was dropped.
+  std::function<bool(model::EventType, std::string_view name, const Properties&,
                      const std::function<void()>& admitted)>
       admit;
   /// Takes the link of a message that was opened; may be empty.
@@ -73,10 +73,11 @@ class PushTracking {
   void clearAttribution() { attribution_.clear(); }
 
  private:
-  void tell(const PushEvent& event);
+  bool tell(const PushEvent& event);
 
   // Constant after construction.
   platform::Notifications& notifications_;
+  const redaction::PiiFilter& filter_;
   const PushSinks sinks_;
 
   PushAttributionStore attribution_;

@@ -52,6 +52,7 @@ class PushTrackingTest : public ::testing::Test {
                              const std::function<void()>& admitted) {
                         told_.push_back({type, std::string(name), properties});
                         if (admits_) admitted();
+                        return admits_;
                       },
                   .openLink = [this](const std::string& link) { links_.push_back(link); }},
         platform::Log(log_, true));
@@ -99,7 +100,11 @@ TEST_F(PushTrackingTest, ManyThreadsReportOneMessage) {
   const auto tracking = launch();
   std::atomic<int> admitted = 0;
   PushTracker tracker(
-      clock_, crypto_, random_, filter_, [&](const PushEvent&) { ++admitted; },
+      clock_, crypto_, random_, filter_,
+      [&](const PushEvent&) {
+        ++admitted;
+        return true;
+      },
       platform::Log(log_, false));
   std::vector<std::thread> threads;
   for (int i = 0; i < 4; ++i) {
@@ -152,6 +157,19 @@ TEST_F(PushTrackingTest, TellsWhatTheUserDid) {
   EXPECT_EQ(told_.back().name, "push_silent");
 }
 
+// As when it came while the user had opted out.
+TEST_F(PushTrackingTest, AReceiptThatWasDroppedIsForgotten) {
+  const auto tracking = launch();
+  admits_ = false;
+  tracking->logPushReceived(richPayload(), "background");
+  admits_ = true;
+  told_.clear();
+  tracking->logPushOpened(richPayload(), "default");
+  EXPECT_EQ(told_.back().text("time_to_open_ms"), "absent");
+  tracking->logPushReceived(richPayload(), "active");
+  EXPECT_EQ(told_.size(), 2u);
+}
+
 TEST_F(PushTrackingTest, FollowsThePolicysLimits) {
   const auto tracking = launch();
   const auto body = [&] {
@@ -195,6 +213,16 @@ TEST_F(PushTrackingTest, LaterEventsCarryTheMessageThatWasOpened) {
   admits_ = false;
   tracking->logPushOpened(payloadWithId("dropped"), "default");
   EXPECT_EQ(tracking->attribution().find("attribution_push_id")->asString(), "next");
+}
+
+TEST_F(PushTrackingTest, WhatIsKeptOfAMessageHasPassedTheFilter) {
+  const auto tracking = launch();
+  tracking->logPushOpened(
+      payload(R"({"zarn":{"send_id":"ida@berg.example","campaign_id":"for ida@berg.example"}})"),
+      "default");
+  const std::string kept = defaults_.getString(kAttributionKey).value();
+  EXPECT_EQ(kept.find("berg"), kept.npos) << kept;
+  EXPECT_NE(kept.find(R"("campaignId":"for [redacted]")"), kept.npos) << kept;
 }
 
 TEST_F(PushTrackingTest, AttributionEndsWithItsWindow) {
