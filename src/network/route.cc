@@ -83,6 +83,11 @@ bool isWebToken(std::string_view segment) {
   return segment.find("eyJ") < segment.find(".eyJ") && segment.find(".eyJ") != segment.npos;
 }
 
+/// Encoded more than once: what it holds can't be told.
+bool isStillEncoded(std::string_view segment) {
+  return segment.find('%') != segment.npos && base::percentDecoded(segment) != segment;
+}
+
 /// No part of an interface: signed tokens, titles, names of people and files.
 bool isFreeText(std::string_view segment) {
   return segment.size() > kLongestName || std::any_of(segment.begin(), segment.end(), [](char c) {
@@ -101,8 +106,8 @@ bool isIdentifier(std::string_view segment) {
     return true;
   }
   return isAddress(segment) || isToken(segment) || isWrittenNumber(segment) ||
-         isFreeText(segment) || holdsHandle(segment) || isBankAccount(segment) ||
-         isWebToken(segment);
+         isStillEncoded(segment) || isFreeText(segment) || holdsHandle(segment) ||
+         isBankAccount(segment) || isWebToken(segment);
 }
 
 std::string routeOf(std::string_view rawPath) {

@@ -18,7 +18,8 @@ std::string routeOf(std::string_view rawPath);
 /// Whether a segment, decoded, identifies somebody or something: digits, a UUID, 16 or more
 /// hexadecimal digits, an e-mail address, a token of 20 or more letters and digits with "_" and
 /// "-", 9 or more digits among signs other than letters, a handle such as "@ada_l", a bank
-/// account's number, a JSON web token, and any text with a blank in it or of more than 64 bytes.
+/// account's number, a JSON web token, text that is still percent-encoded, and any text with a
+/// blank in it or of more than 64 bytes.
 bool isIdentifier(std::string_view segment);
 
 /// "2xx" to "5xx", "error" for everything else.
