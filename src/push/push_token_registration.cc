@@ -106,6 +106,10 @@ bool PushTokenRegistration::isVoid(const Call& call) const {
   return call.user != users_.current();
 }
 
+bool PushTokenRegistration::isPendingLocked(const Run& run) const {
+  return run.call.user == users_.current() && pendingPushTokenHashes_.count(run.hash) > 0;
+}
+
 bool PushTokenRegistration::mayCollect(std::string_view caller) const {
   if (!ports_.mayRegister()) return false;
   const auto config = ports_.latestRemoteConfig();
@@ -128,9 +132,11 @@ void PushTokenRegistration::begin(Call call) {
 void PushTokenRegistration::invalidate(Call call) {
   queue_.assertCurrent();
   if (isVoid(call)) return;
+  const std::size_t hash = dedupHash(call.token, call.provider);
   {
     base::MutexLock lock(pushTokenDedupLock_);
     lastPushTokenHash_.reset();
+    pendingPushTokenHashes_.erase(hash);
   }
   if (!mayCollect("logPushTokenInvalidated")) return;
   constexpr auto kType = model::EventType::pushTokenInvalidated;
@@ -165,6 +171,10 @@ void PushTokenRegistration::release(std::size_t hash, Users::Token user) {
 void PushTokenRegistration::send(std::unique_ptr<Run> run) {
   queue_.assertCurrent();
   if (isVoid(run->call)) return;
+  {
+    base::MutexLock lock(pushTokenDedupLock_);
+    if (!isPendingLocked(*run)) return;
+  }
   auto request = makeRequest(*run);
   const auto network = run->call.network;
   guard_.startGuardedTask(std::move(request), network,
@@ -215,7 +225,7 @@ void PushTokenRegistration::answered(std::unique_ptr<Run> run, const platform::H
   }
   {
     base::MutexLock lock(pushTokenDedupLock_);
-    if (run->call.user != users_.current()) return;
+    if (!isPendingLocked(*run)) return;
     lastPushTokenHash_ = run->hash;
   }
   log_.debug({"[Zarn] Push token registered, status: ", std::to_string(status)});

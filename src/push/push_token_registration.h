@@ -64,7 +64,7 @@ class PushTokenRegistration {
   /// Sends nothing when the token is registered already or about to be. Three attempts; once they
   /// have failed or an opt-out has cancelled them, the next call tries again.
   void setPushToken(std::string_view token, PushProvider provider);
-  /// The token is registered no more: the next setPushToken sends again.
+  /// The token is registered no more, nor about to be: the next setPushToken sends again.
   void logPushTokenInvalidated(std::string_view token, PushProvider provider);
 
   /// The user has gone: nothing that was asked for before is sent once this returns, and no late
@@ -88,6 +88,8 @@ class PushTokenRegistration {
   void post(std::string_view caller, std::string_view token, PushProvider provider, Step step);
   /// Whether the user has gone or opted out since.
   bool isVoid(const Call& call) const;
+  /// Whether neither the user has gone nor the token been withdrawn since.
+  bool isPendingLocked(const Run& run) const ZARN_REQUIRES(pushTokenDedupLock_);
   bool mayCollect(std::string_view caller) const;
 
   void begin(Call call);

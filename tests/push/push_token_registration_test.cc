@@ -278,6 +278,25 @@ TEST_F(PushTokenRegistrationTest, AnInvalidTokenCanBeSetAgain) {
   EXPECT_EQ(sent(), 2);
 }
 
+TEST_F(PushTokenRegistrationTest, AnInvalidTokenIsNeitherRegisteredLateNorTriedAgain) {
+  const auto invalidate = [&] {
+    registration_.logPushTokenInvalidated(kToken, PushProvider::apns);
+    dispatch_.runUntilIdle();
+  };
+  set();
+  invalidate();
+  answer(200);  // to what was asked for before
+  EXPECT_EQ(log_.count("[Zarn] Push token registered, status: 200"), 0);
+  set();
+  EXPECT_EQ(sent(), 2);
+  answer(500);
+  invalidate();
+  dispatch_.advance(60.0);
+  EXPECT_EQ(sent(), 2);
+  set();
+  EXPECT_EQ(sent(), 3);
+}
+
 TEST_F(PushTokenRegistrationTest, RefusesWhatIsNoToken) {
   set("");
   set(std::string(PushTokenRegistration::kLongestToken + 1, 'x'));
