@@ -224,7 +224,10 @@ void Pipeline::wirePrivacy() {
   hooks.restartSources = [this] {
     if (crashTracker) crashTracker->start();
   };
-  hooks.forgetUser = [this] { pushTokens->forgetUser(); };
+  hooks.forgetUser = [this] {
+    pushTokens->forgetUser();
+    host.defaults.commit();  // the next launch must not bring back what was forgotten
+  };
   transitions.begin();
 }
 
