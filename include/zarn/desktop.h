@@ -26,7 +26,9 @@ struct HostInfo {
   std::string dataDirectory = {};
 };
 
-/// Call before Zarn::configure, once; later calls have no effect. Any thread. Never throws.
+/// Call before Zarn::configure, and before the few calls that need the app's folder earlier
+/// (optOut, optIn, setAdvertisingConsent, resolveLink and those of skan()), once; later calls have
+/// no effect. Any thread. Never throws.
 ZARN_API void describeHost(HostInfo info);
 
 }  // namespace ZARN_VERSION_NAMESPACE

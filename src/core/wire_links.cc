@@ -6,8 +6,7 @@ namespace zarn::core {
 void Pipeline::wireInstall() {
   const platform::AppFacts& app = host.device.app();
   installTracker.emplace(
-      host.defaults, host.files, app,
-      [this] { return privacy.optedOut() || privacy.awaitingFreshPolicyAfterOptIn(); },
+      host.defaults, host.files, app, [this] { return mayCollect(); },
       [this]() -> std::optional<std::string> {
         const auto clickId = deferredInstallClickId.get();
         return clickId ? std::optional(*clickId) : std::nullopt;

@@ -69,11 +69,11 @@ DeepLinkRouter::DeepLinkRouter(DeepLinkActions actions, platform::Crypto& crypto
       main_(main),
       log_(log) {}
 
-bool DeepLinkRouter::ingest(std::string_view url, std::optional<Source> source) {
+DeepLinkRouter::Intake DeepLinkRouter::ingest(std::string_view url, std::optional<Source> source) {
   const auto parsed = parser_.parse(url);
   if (!parsed) {
     log_.debug({"[Zarn DeepLink] not a link, ignored"});
-    return false;
+    return Intake::noLink;
   }
   const ZarnDeepLink link = makeLink(url, *parsed, source);
   std::optional<User::Token> user;
@@ -87,14 +87,14 @@ bool DeepLinkRouter::ingest(std::string_view url, std::optional<Source> source) 
   if (!user) {
     log_.debug({"[Zarn DeepLink] dedup: dropping repeat ingest of ", parsed->dedupKey,
                 " (source=", rawValue(link.source), ")"});
-    return true;
+    return Intake::repeat;
   }
   deliver(link, *user);
-  if (!isCurrent(*user)) return true;  // the handler may have reset the user
+  if (!isCurrent(*user)) return Intake::taken;  // the handler may have reset the user
   tellClick(link, *parsed);
   if (!actions_.isAllowlistedHost(url)) {
     log_.debug({"[Zarn DeepLink] host not allowlisted — skipping backend resolve (§7 SSRF scope)"});
-    return true;
+    return Intake::taken;
   }
   auto enrich = base::weakly(scope_, [this, link, user = *user](const ResolveResult& result) {
     deliver(merged(link, result), user);
@@ -102,7 +102,7 @@ bool DeepLinkRouter::ingest(std::string_view url, std::optional<Source> source) 
   actions_.resolve(link, [enrich = std::move(enrich)](const ResolveResult& result) mutable {
     if (result.resolved) enrich(result);
   });
-  return true;
+  return Intake::taken;
 }
 
 void DeepLinkRouter::ingestDeferred(const ZarnDeepLink& link, User::Token user) {

@@ -54,8 +54,9 @@ class DeepLinkRouter {
   DeepLinkRouter(DeepLinkActions actions, platform::Crypto& crypto, const platform::Clock& clock,
                  base::Executor& main, platform::Log log);
 
-  /// A link has come in; without `source` by its scheme. False when the text is no link.
-  bool ingest(std::string_view url, std::optional<Source> source = std::nullopt);
+  enum class Intake : std::uint8_t { noLink, repeat, taken };
+  /// A link has come in; without `source` by its scheme.
+  Intake ingest(std::string_view url, std::optional<Source> source = std::nullopt);
   /// A link that the server has matched to this installation; nothing when the user is no longer
   /// the one it was asked for.
   void ingestDeferred(const ZarnDeepLink& link, User::Token user);

@@ -15,17 +15,13 @@ constexpr const char* kGatesClosed =
 constexpr const char* kNoUrl =
     "[Zarn DeepLink] clipboard detect: no probableWebURL → no read, no banner";
 constexpr const char* kNoToken = "[Zarn DeepLink] clipboard value not a zn: token → discarded";
-constexpr const char* kExpired =
-    "[Zarn DeepLink] clipboard token past best-effort TTL → discarded";
+constexpr const char* kExpired = "[Zarn DeepLink] clipboard token past best-effort TTL → discarded";
 
 }  // namespace
 
-DeferredClipboardMatcher::DeferredClipboardMatcher(base::Executor& pool,
-                                                   platform::Clipboard& clipboard,
-                                                   platform::Defaults& defaults,
-                                                   const platform::Clock& clock,
-                                                   std::function<bool()> isOptedOut,
-                                                   platform::Log log)
+DeferredClipboardMatcher::DeferredClipboardMatcher(
+    base::Executor& pool, platform::Clipboard& clipboard, platform::Defaults& defaults,
+    const platform::Clock& clock, std::function<bool()> isOptedOut, platform::Log log)
     : clipboard_(clipboard),
       defaults_(defaults),
       clock_(clock),

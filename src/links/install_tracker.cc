@@ -28,18 +28,18 @@ std::string orUnknown(const std::string& text) {
 }  // namespace
 
 InstallTracker::InstallTracker(platform::Defaults& defaults, platform::Files& files,
-                               const platform::AppFacts& app, std::function<bool()> isOptedOut,
+                               const platform::AppFacts& app, std::function<bool()> mayTell,
                                ClickIdProvider clickId, Track track)
     : defaults_(defaults),
       files_(files),
       app_(app),
-      isOptedOut_(std::move(isOptedOut)),
+      mayTell_(std::move(mayTell)),
       clickId_(std::move(clickId)),
       track_(std::move(track)),
       isFirstRun_(!wasEmitted(defaults)) {}
 
 void InstallTracker::setUp() {
-  if (isOptedOut_() || !claim()) return;
+  if (!mayTell_() || !claim()) return;
   Properties properties{{"app_version", orUnknown(app_.version)},
                         {"build_number", orUnknown(app_.build)},
                         {"platform", base::ValueAccess::opaque(std::string(model::kWirePlatform))}};

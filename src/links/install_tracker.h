@@ -28,16 +28,16 @@ class InstallTracker {
   using ClickIdProvider = std::function<std::optional<std::string>()>;
 
   InstallTracker(platform::Defaults& defaults, platform::Files& files,
-                 const platform::AppFacts& app, std::function<bool()> isOptedOut,
+                 const platform::AppFacts& app, std::function<bool()> mayTell,
                  ClickIdProvider clickId, Track track);
 
   /// Whether the installation had not been reported when this object was made. Stays so.
   bool isFirstRun() const { return isFirstRun_; }
 
   /// Reports the installation unless that was done. It is written down before, so a kill in between
-  /// loses the report and never doubles it. While the user has opted out, and where it can't be
-  /// written down, nothing happens and a later launch reports. Several calls report once, also of
-  /// processes that start together.
+  /// loses the report and never doubles it. While user or server allow nothing to be told, and
+  /// where it can't be written down, nothing happens and a later launch reports. Several calls
+  /// report once, also of processes that start together.
   void setUp();
 
  private:
@@ -47,7 +47,7 @@ class InstallTracker {
   platform::Defaults& defaults_;
   platform::Files& files_;
   const platform::AppFacts& app_;
-  const std::function<bool()> isOptedOut_;
+  const std::function<bool()> mayTell_;
   const ClickIdProvider clickId_;
   const Track track_;
   const bool isFirstRun_;

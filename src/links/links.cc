@@ -42,14 +42,16 @@ DeepLinkActions Links::routerActions(platform::UrlOpener& opener, base::Executor
 }
 
 bool Links::handleURL(std::string_view url) {
-  if (!router_.ingest(url)) return false;
-  router_.autoOpen(url);
-  return true;
+  const Intake intake = router_.ingest(url);
+  // What is opened elsewhere may come back here, and must not go round for ever.
+  if (intake == Intake::taken) router_.autoOpen(url);
+  return intake != Intake::noLink;
 }
 
 bool Links::handleUserActivity(const UserActivity& activity) {
   if (activity.activityType != UserActivity::kBrowsingWeb || !activity.webpageUrl) return false;
-  return router_.ingest(*activity.webpageUrl, ZarnDeepLink::Source::universalLink);
+  return router_.ingest(*activity.webpageUrl, ZarnDeepLink::Source::universalLink) !=
+         Intake::noLink;
 }
 
 void Links::handleSceneConnection(const SceneConnection& connection) {
@@ -58,7 +60,7 @@ void Links::handleSceneConnection(const SceneConnection& connection) {
 }
 
 bool Links::ingestPush(std::string_view url) {
-  return router_.ingest(url, ZarnDeepLink::Source::push);
+  return router_.ingest(url, ZarnDeepLink::Source::push) != Intake::noLink;
 }
 
 void Links::onDeepLink(DeepLinkRouter::Handler handler) {

@@ -80,6 +80,7 @@ class Links {
   DeferredClipboardMatcher::Outcome clipboardOutcome() const { return clipboard_.lastOutcome(); }
 
  private:
+  using Intake = DeepLinkRouter::Intake;
   DeepLinkActions routerActions(platform::UrlOpener& opener, base::Executor& main);
   void askDeferred(const std::string& token, runtime::NetworkGuard::Token network,
                    DeepLinkRouter::User::Token user);

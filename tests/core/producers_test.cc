@@ -114,7 +114,9 @@ TEST_F(ProducersTest, RequestsFromBeforeABoundaryAreNotToldAfterIt) {
   // The one after it may fall to the boundary too, since nobody knows when it was begun.
   const auto events = sent();
   const auto told = events.find("network_summary");
-  if (told != events.end()) EXPECT_LE(told->second.find("total_requests")->asInt(), 1);
+  if (told != events.end()) {
+    EXPECT_LE(told->second.find("total_requests")->asInt(), 1);
+  }
 }
 
 TEST_F(ProducersTest, AnInstallationIsReportedOnceAndNotAgainstTheUsersWill) {

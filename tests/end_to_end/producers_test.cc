@@ -32,7 +32,7 @@ class ProducersTest : public testing::CollectorTest {
   }
   /// Whether there come to be as many; each request is one of the collector's calls.
   bool answersCome(const std::string& endpoint, std::size_t number) {
-    for (int i = 0; i < 100 && answers(endpoint) < number; ++i) {
+    for (int i = 0; i < 50 && answers(endpoint) < number; ++i) {
       comes("calls", count("calls") + 1, milliseconds(200));
     }
     return answers(endpoint) == number;

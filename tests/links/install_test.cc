@@ -31,7 +31,7 @@ struct Installing {
   }
   void addProcess(std::optional<InstallTracker>& process) {
     process.emplace(
-        defaults, files, app, [this] { return optedOut.load(); }, [this] { return clickId; },
+        defaults, files, app, [this] { return !optedOut.load(); }, [this] { return clickId; },
         [this](model::EventType type, std::string_view name, const Properties& properties) {
           EXPECT_EQ(type, model::EventType::install);
           EXPECT_EQ(name, "app_install");

@@ -253,6 +253,7 @@ TEST(LinksTest, TakesWebLinksOfActivitiesAndAllOfAWindow) {
 TEST(LinksTest, OpensElsewhereOnlyWhatTheHostWantsAndAllows) {
   LinksWorld world({.deepLinkAutoOpen = true, .universalLinkHosts = {"shop.example"}});
   world.links->handleURL("https://shop.example/1");
+  world.links->handleURL("https://shop.example/1");  // it has come back
   world.links->handleURL("https://evil.example/1");
   world.links->handleUserActivity(
       {std::string(UserActivity::kBrowsingWeb), "https://shop.example/2"});

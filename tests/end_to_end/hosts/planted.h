@@ -46,7 +46,7 @@ inline constexpr std::array<std::string_view, 30> kPlaces = {
 };
 
 /// What comes in from outside: by links, push messages and requests.
-inline constexpr std::array<std::string_view, 52> kOutsidePlaces = {
+inline constexpr std::array<std::string_view, 53> kOutsidePlaces = {
     "link: user",
     "link: path",
     "link: value",
@@ -92,6 +92,7 @@ inline constexpr std::array<std::string_view, 52> kOutsidePlaces = {
     "push: action",
     "push: state",
     "token",
+    "withdrawn token",
     "request: user",
     "request: segment",
     "request: query",

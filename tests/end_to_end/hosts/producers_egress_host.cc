@@ -108,9 +108,8 @@ void plantPushes() {
 
 void plantTokens() {
   for (const std::string_view kind : kKinds) {
-    const std::string token = secret(kind, "token").text;
-    Zarn::setPushToken(token, PushProvider::apns);
-    Zarn::logPushTokenInvalidated(token, PushProvider::apns);
+    Zarn::setPushToken(secret(kind, "token").text, PushProvider::apns);
+    Zarn::logPushTokenInvalidated(secret(kind, "withdrawn token").text, PushProvider::apns);
   }
 }
 
