@@ -5,7 +5,6 @@
 #include <cstdlib>
 #include <string>
 #include <thread>
-#include <vector>
 
 #include "latencies.h"
 #include "store_floor.h"
