@@ -36,10 +36,7 @@ class [[nodiscard]] RequestObservation {
       : handle_(handle), delegate_(std::move(delegate)) {
     if (handle_ == nullptr) return;
     before_ = clocks();
-    try {
-      if (const char* url = text(handle_, CURLINFO_EFFECTIVE_URL)) url_ = url;
-    } catch (...) {  // out of memory: after redirects, it goes by the last address
-    }
+    url_ = copyOf(text(handle_, CURLINFO_EFFECTIVE_URL));
   }
   RequestObservation(RequestObservation&& other) noexcept
       : handle_(std::exchange(other.handle_, nullptr)),

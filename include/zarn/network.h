@@ -114,6 +114,9 @@ struct TransferReadings {
   std::int64_t bytesSent = 0, bytesReceived = 0;
 };
 
+/// Empty when there is no text, or no memory.
+ZARN_API std::string copyOf(const char* text) noexcept;
+
 /// Tells `delegate` of the request. What the delegate throws stops here.
 ZARN_API void reportTransfer(NetworkDelegate& delegate, const NetworkTask& task,
                              const TransferReadings& readings) noexcept;

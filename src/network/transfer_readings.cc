@@ -34,6 +34,14 @@ NetworkMetrics metricsOf(const TransferReadings& readings) {
 
 }  // namespace
 
+std::string copyOf(const char* text) noexcept {
+  try {
+    return text != nullptr ? text : "";
+  } catch (...) {
+    return {};
+  }
+}
+
 void reportTransfer(NetworkDelegate& delegate, const NetworkTask& task,
                     const TransferReadings& readings) noexcept {
   if (readings.url == nullptr || *readings.url == '\0') return;

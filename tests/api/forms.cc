@@ -8,6 +8,9 @@
 #include <string>
 #include <string_view>
 
+#if __has_include(<curl/curl.h>)
+#include "zarn/curl.h"
+#endif
 #include "zarn/desktop.h"
 #include "zarn/zarn.h"
 
@@ -197,6 +200,14 @@ class OwnDelegate : public zarn::NetworkDelegate {
   }
 };
 
+#if __has_include(<curl/curl.h>)
+void transfer(CURL* curl) {
+  auto observation = zarn::desktop::observe(curl);
+  observation.finished(curl_easy_perform(curl));
+  observation = zarn::desktop::observe(curl, std::make_shared<OwnDelegate>());
+}
+#endif
+
 void requests() {
   const zarn::NetworkTask task;
   const auto proxy = Zarn::networkDelegate();
@@ -282,6 +293,9 @@ void useAll(const shop::Order& order) {
   linksAndPushes({}, "token");
   stepsAndConversions();
   requests();
+#if __has_include(<curl/curl.h>)
+  transfer(nullptr);
+#endif
   everyValue(order, "text");
   buildProperties({{"a", 1}});
 }
