@@ -47,7 +47,12 @@ void Pipeline::wirePush() {
 control::PushTargets pushTargets(Pipeline& pipeline) {
   if (!pipeline.configuration.options.autoTrackPush) return {};
   auto& push = pipeline.push;
-  return {.clearAttribution = [&] { push->clearAttribution(); },
+  // In one step against the capture of an opening that the policy has overtaken.
+  const auto clearAttribution = [&] {
+    base::MutexLock lock(pipeline.boundary.lock);
+    push->clearAttribution();
+  };
+  return {.clearAttribution = clearAttribution,
           .setLimits = [&](const control::PushLimits& limits) { push->setLimits(limits); }};
 }
 

@@ -2,11 +2,14 @@
 
 #include <utility>
 
+#include "platform/defaults.h"
+
 namespace zarn::push {
 
 PushTracking::PushTracking(const PushServices& services, const std::string& projectId,
                            double windowSeconds, PushSinks sinks, platform::Log log)
-    : notifications_(services.notifications),
+    : defaults_(services.defaults),
+      notifications_(services.notifications),
       filter_(services.filter),
       sinks_(std::move(sinks)),
       attribution_(projectId, windowSeconds, services.defaults, services.clock),
@@ -35,6 +38,7 @@ bool PushTracking::tell(const PushEvent& event) {
   const bool isIn = sinks_.admit(event.type, model::wireName(event.type), event.properties, [&] {
     if (attribution) attribution_.capture(*std::move(attribution));
   });
+  if (isIn && event.type == model::EventType::pushOpen) defaults_.commit();
   if (event.deepLink && sinks_.openLink) sinks_.openLink(*event.deepLink);
   return isIn;
 }

@@ -76,6 +76,7 @@ class PushTracking {
   bool tell(const PushEvent& event);
 
   // Constant after construction.
+  platform::Defaults& defaults_;
   platform::Notifications& notifications_;
   const redaction::PiiFilter& filter_;
   const PushSinks sinks_;

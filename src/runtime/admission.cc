@@ -72,8 +72,10 @@ bool Admission::admit(model::EventType type, std::string_view name, const Proper
   }
   if (admitted != nullptr) {
     base::MutexLock lock(parts_.boundary.lock);
+    const auto config = parts_.remoteConfig.get();
     if (!parts_.privacy.optedOut() &&
-        picture->generation == parts_.queue.currentDiscardGeneration()) {
+        picture->generation == parts_.queue.currentDiscardGeneration() &&
+        (!config || shouldTrack(type, *config))) {
       (*admitted)();
     }
   }

@@ -72,7 +72,8 @@ class Admission {
     return admit(type, name, properties, std::nullopt, nullptr);
   }
   /// The same; `admitted` runs when the event is in, in one step against the boundaries, and not at
-  /// all when one has come meanwhile. It may neither wait nor admit.
+  /// all when one, or a policy against such events, has come meanwhile. It may neither wait nor
+  /// admit.
   bool admitEvent(model::EventType type, std::string_view name, const Properties& properties,
                   const std::function<void()>& admitted) {
     return admit(type, name, properties, std::nullopt, &admitted);

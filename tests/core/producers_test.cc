@@ -62,6 +62,30 @@ TEST_F(ProducersTest, NoEventOfTheNextUserIsAttributedToThePushOfTheLast) {
   EXPECT_EQ(attributedTo(sent().at("after")), nullptr);
 }
 
+TEST_F(ProducersTest, AnOpeningThatAPolicyOvertakesIsNotAttributedTo) {
+  client_.run();
+  host_.dispatch.advance(2000.0);  // the policy is asked for again
+  host_.random.beforeFill = [&] { client_.answerConfig(R"({"push":{"enabled":false}})"); };
+  client_->logPushOpened(kPush, "default");
+  client_->track("after", {});
+  EXPECT_EQ(attributedTo(sent().at("after")), nullptr);
+}
+
+TEST_F(ProducersTest, AnAttributionOutlivesAKillRightAfterTheOpening) {
+  client_.run();
+  client_->logPushOpened(kPush, "default");
+  TestHost next;
+  host_.defaults.leaveTo(next.defaults);
+  TestClient relaunched(next);
+  relaunched.run();
+  relaunched->track("bought", {});
+  relaunched->flush();
+  next.dispatch.runUntilIdle();
+  const auto events = relaunched.waitingEvents();
+  ASSERT_EQ(events.size(), 1u);
+  EXPECT_NE(attributedTo(*events[0].find("properties")->asProperties()), nullptr);
+}
+
 // The opening of a push that was dropped must leave no trace, not even in the settings.
 TEST_F(ProducersTest, WhatIsNotAdmittedIsNotAttributedTo) {
   client_.run();
