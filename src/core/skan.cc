@@ -16,13 +16,15 @@ ZarnSKAN::Impl::Impl(std::function<platform::Host&()> host, links::Skan::DebugLi
     : host_(std::move(host)), debugLine_(std::move(debugLine)) {}
 
 links::Skan& ZarnSKAN::Impl::skan() {
-  std::call_once(made_, [this] {
+  base::MutexLock lock(lock_);
+  if (!skan_) {
     platform::Host& host = host_();
     const bool isDev = host.environment.variable("ZARN_INTERNAL_DEV") == "1";
     const auto& endpoints = model::builtInEndpoints();
-    skan_.emplace(host.defaults, host.adNetwork, host.clock,
-                  isDev ? endpoints.development : endpoints.production, isDev, debugLine_);
-  });
+    skan_ = std::make_unique<links::Skan>(host.defaults, host.adNetwork, host.clock,
+                                          isDev ? endpoints.development : endpoints.production,
+                                          isDev, debugLine_);
+  }
   return *skan_;
 }
 

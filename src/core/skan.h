@@ -3,9 +3,9 @@
 #pragma once
 
 #include <functional>
-#include <mutex>
-#include <optional>
+#include <memory>
 
+#include "base/mutex.h"
 #include "links/skan.h"
 #include "zarn/skan.h"
 
@@ -28,8 +28,9 @@ class ZarnSKAN::Impl {
  private:
   const std::function<platform::Host&()> host_;
   const links::Skan::DebugLine debugLine_;
-  std::once_flag made_;
-  std::optional<links::Skan> skan_;  // constant once made
+
+  base::Mutex lock_{base::LockRank::configure};
+  std::unique_ptr<links::Skan> skan_ ZARN_GUARDED_BY(lock_);  // constant once made
 };
 
 }  // namespace ZARN_VERSION_NAMESPACE
