@@ -71,7 +71,8 @@ void addDeliveryFigures(Figures& figures) {
   for (int run = 0; run < 3; ++run) {
     const NullSink sink;
     runClient("deliver", sink.address(), kEvents, whole);
-    if (sink.acceptedCount() != kEvents) return;  // no figure for what did not arrive
+    // No figure for what did not arrive; the library's own events come besides.
+    if (sink.acceptedCount() < kEvents) return;
   }
   figures.add("delivery_events_per_s", kEvents * 1e9 / static_cast<double>(whole.percentile(0.5)),
               "1/s");
