@@ -2,7 +2,6 @@
 
 #include <algorithm>
 
-#include "base/hex.h"
 #include "base/text.h"
 
 namespace zarn::base {
@@ -64,22 +63,6 @@ std::optional<UrlParts> splitUrl(std::string_view text) {
 bool isWebScheme(std::string_view scheme) {
   const std::string lower = lowerCaseAscii(scheme);
   return lower == "http" || lower == "https";
-}
-
-std::string percentDecoded(std::string_view text) {
-  std::string decoded;
-  decoded.reserve(text.size());
-  for (std::size_t i = 0; i < text.size(); ++i) {
-    const int high = text[i] == '%' && i + 2 < text.size() ? hexDigitValue(text[i + 1]) : -1;
-    const int low = high >= 0 ? hexDigitValue(text[i + 2]) : -1;
-    if (low >= 0) {
-      decoded += static_cast<char>(high * 16 + low);
-      i += 2;
-    } else {
-      decoded += text[i];
-    }
-  }
-  return decoded;
 }
 
 }  // namespace zarn::base

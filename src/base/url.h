@@ -6,7 +6,6 @@
 #pragma once
 
 #include <optional>
-#include <string>
 #include <string_view>
 
 namespace zarn::base {
@@ -26,9 +25,5 @@ std::optional<UrlParts> splitUrl(std::string_view text);
 
 /// Whether the scheme is "http" or "https", in either case.
 bool isWebScheme(std::string_view scheme);
-
-/// "%41" becomes "A"; a "%" that two hexadecimal digits don't follow stays. What is decoded may be
-/// any bytes.
-std::string percentDecoded(std::string_view text);
 
 }  // namespace zarn::base

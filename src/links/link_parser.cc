@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "base/hex.h"
+#include "base/percent_encoding.h"
 #include "base/text.h"
 #include "base/url.h"
 #include "platform/crypto.h"

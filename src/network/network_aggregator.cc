@@ -5,7 +5,7 @@
 #include <cmath>
 #include <utility>
 
-#include "base/url.h"
+#include "base/percent_encoding.h"
 #include "base/value_access.h"
 #include "network/network_record_buffer.h"
 #include "network/route.h"

@@ -4,7 +4,7 @@
 #include <array>
 
 #include "base/hex.h"
-#include "base/url.h"
+#include "base/percent_encoding.h"
 
 namespace zarn::network {
 namespace {

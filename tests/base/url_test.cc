@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include "base/percent_encoding.h"
+
 namespace zarn::base {
 namespace {
 
