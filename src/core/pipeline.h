@@ -141,8 +141,11 @@ struct Pipeline {
   bool mayCollect() const {
     return !privacy.optedOut() && !privacy.awaitingFreshPolicyAfterOptIn() && !runState.isPaused();
   }
-  bool admit(model::EventType type, std::string_view name, const Properties& properties) {
-    return admission.admitEvent(type, name, properties);
+  /// The way in for the events of a producer.
+  auto admitting() {
+    return [this](model::EventType type, std::string_view name, const Properties& properties) {
+      return admission.admitEvent(type, name, properties);
+    };
   }
 };
 

@@ -11,9 +11,7 @@ void Pipeline::wireInstall() {
         const auto clickId = deferredInstallClickId.get();
         return clickId ? std::optional(*clickId) : std::nullopt;
       },
-      [this](model::EventType type, std::string_view name, const Properties& properties) {
-        return admit(type, name, properties);
-      });
+      admitting());
   installTracker->setUp();
   if (!installTracker->isFirstRun()) return;
   installValidator.emplace(
@@ -28,24 +26,22 @@ void Pipeline::wireInstall() {
 }
 
 void Pipeline::wireLinks() {
-  links.emplace(
-      links::LinksParts{.configuration = configuration,
-                        .guard = guard,
-                        .crypto = host.crypto,
-                        .clock = host.clock,
-                        .dispatch = host.dispatch,
-                        .defaults = host.defaults,
-                        .clipboard = host.clipboard,
-                        .opener = host.opener},
-      links::LinksActions{
-          .admit = [this](model::EventType type, std::string_view name,
-                          const Properties& properties) { return admit(type, name, properties); },
-          .isOptedOut = [this] { return privacy.optedOut(); },
-          .keepInstallClickId =
-              [this](const std::string& clickId) {
-                deferredInstallClickId.publish(std::make_shared<const std::string>(clickId));
-              }},
-      installTracker->isFirstRun(), log);
+  links.emplace(links::LinksParts{.configuration = configuration,
+                                  .guard = guard,
+                                  .crypto = host.crypto,
+                                  .clock = host.clock,
+                                  .dispatch = host.dispatch,
+                                  .defaults = host.defaults,
+                                  .clipboard = host.clipboard,
+                                  .opener = host.opener},
+                links::LinksActions{.admit = admitting(),
+                                    .isOptedOut = [this] { return privacy.optedOut(); },
+                                    .keepInstallClickId =
+                                        [this](const std::string& clickId) {
+                                          deferredInstallClickId.publish(
+                                              std::make_shared<const std::string>(clickId));
+                                        }},
+                installTracker->isFirstRun(), log);
 }
 
 }  // namespace zarn::core

@@ -16,12 +16,10 @@ void Pipeline::wirePush() {
   };
   pushTokens.emplace(
       configuration, host.device.app(), host.dispatch.pool(), host.crypto, guard,
-      push::PushTokenPorts{
-          .mayRegister = [this] { return mayCollect(); },
-          .latestRemoteConfig = [this] { return remoteConfig.get(); },
-          .registrant = registrant,
-          .admit = [this](model::EventType type, std::string_view name,
-                          const Properties& properties) { return admit(type, name, properties); }},
+      push::PushTokenPorts{.mayRegister = [this] { return mayCollect(); },
+                           .latestRemoteConfig = [this] { return remoteConfig.get(); },
+                           .registrant = registrant,
+                           .admit = admitting()},
       log);
   if (!configuration.options.autoTrackPush) return;
   push.emplace(push::PushServices{.clock = host.clock,
