@@ -26,15 +26,6 @@ int main(int argc, char** argv) {
   orders["await-pause"] = [](const std::string&) {
     return comes([] { return Zarn::diagnostics().paused; }) ? "done" : "no";
   };
-  // Nothing is taken between an opt-in and the server's policy.
-  orders["await-policy"] = [](const std::string&) {
-    return comes([] {
-      Zarn::track("probe");
-      return Zarn::diagnostics().queue.bufferedEventCount > 0;
-    })
-               ? "done"
-               : "no";
-  };
   orders["await-empty"] = [](const std::string&) {
     return comes([] { return Zarn::diagnostics().queue.bufferedEventCount == 0; }) ? "done" : "no";
   };

@@ -52,6 +52,15 @@ inline Orders commonOrders() {
       {"flush", [](const auto&) { return Zarn::flush(5) ? "yes" : "no"; }},
       {"opt-out", [](const auto&) { return Zarn::optOut(), "done"; }},
       {"opt-in", [](const auto&) { return Zarn::optIn(), "done"; }},
+      // Nothing is taken between an opt-in and the server's policy.
+      {"await-policy",
+       [](const auto&) {
+         const auto isTaken = [] {
+           Zarn::track("probe");
+           return Zarn::diagnostics().queue.bufferedEventCount > 0;
+         };
+         return comes(isTaken) ? "done" : "no";
+       }},
   };
 }
 

@@ -40,14 +40,6 @@ int main(int argc, char** argv) {
   orders["open"] = [](const std::string& id) { return Zarn::logPushOpened(payload(id)), "done"; };
   orders["request"] = [](const std::string& url) { return request(url), "done"; };
   orders["reset"] = [](const std::string&) { return Zarn::reset(), "done"; };
-  orders["await-policy"] = [](const std::string&) {
-    return comes([] {
-      Zarn::track("probe");
-      return Zarn::diagnostics().queue.bufferedEventCount > 0;
-    })
-               ? "done"
-               : "no";
-  };
   // Of a policy that also forbids replay.
   orders["await-ban"] = [](const std::string&) {
     return comes([] { return Zarn::diagnostics().replayEnabledByProject == false; }) ? "done"
