@@ -8,9 +8,13 @@
 
 #include "platform/ad_network.h"
 #include "platform/clipboard.h"
+#include "platform/image_codec.h"
+#include "platform/input_events.h"
 #include "platform/notifications.h"
 #include "platform/request_hook.h"
+#include "platform/screen_events.h"
 #include "platform/store_receipt.h"
+#include "platform/windows.h"
 
 namespace zarn::desktop {
 
@@ -52,6 +56,36 @@ class NoAdNetwork final : public platform::AdNetwork {
       int, std::optional<std::string_view>, bool,
       std::function<void(const std::string&)>) override {
     return "skan_requires_ios_16_1";
+  }
+};
+
+class NoScreenEvents final : public platform::ScreenEvents {
+ public:
+  void listen(platform::ScreenListener) override {}
+  std::unique_ptr<platform::Observation> observeSelection(
+      const platform::Screen&,
+      std::function<void(std::optional<int>, std::optional<int>)>) override {
+    return nullptr;
+  }
+};
+
+class NoWindows final : public platform::Windows {
+ public:
+  void each(base::FunctionRef<bool(const platform::Window&)>) override {}
+  void listen(std::function<void()>) override {}
+  bool draw(const platform::View&, double, platform::Bitmap&) override { return false; }
+};
+
+class NoInputEvents final : public platform::InputEvents {
+ public:
+  void listen(platform::InputListener) override {}
+  platform::View hitTest(const platform::View&, base::Point) override { return {}; }
+};
+
+class NoImageCodec final : public platform::ImageCodec {
+ public:
+  std::optional<std::string> encodeJpeg(const platform::Bitmap&, double) override {
+    return std::nullopt;
   }
 };
 

@@ -107,10 +107,15 @@ class DesktopHost {
   NoStoreReceipt receipt_;
   NoAdNetwork adNetwork_;
   DesktopUrlOpener opener_{dispatch_.pool()};
-  platform::Host services_{
-      dispatch_, clock_,       random_,        log_,       environment_, files_,     defaults_,
-      secrets_,  crypto_,      device_,        paths_,     life_,        http_,      names_,
-      requests_, diagnostics_, notifications_, clipboard_, receipt_,     adNetwork_, opener_};
+  NoScreenEvents screens_;
+  NoWindows windows_;
+  NoInputEvents input_;
+  NoImageCodec images_;
+  platform::Host services_{dispatch_,    clock_,         random_,    log_,     environment_,
+                           files_,       defaults_,      secrets_,   crypto_,  device_,
+                           paths_,       life_,          http_,      names_,   requests_,
+                           diagnostics_, notifications_, clipboard_, receipt_, adNetwork_,
+                           opener_,      screens_,       windows_,   input_,   images_};
 };
 
 }  // namespace
@@ -129,10 +134,44 @@ void describeHost(HostInfo info) {
 }  // namespace zarn::desktop
 
 namespace zarn::platform {
+namespace {
+
+struct Slot {
+  base::Mutex mutex{base::LockRank::leaf};
+  HostExtension extension ZARN_GUARDED_BY(mutex) = nullptr;
+  bool final ZARN_GUARDED_BY(mutex) = false;
+};
+
+Slot& slot() {
+  static Slot* const only = new Slot;
+  return *only;
+}
+
+/// Whatever is said later does not count.
+HostExtension takeExtension() {
+  base::MutexLock lock(slot().mutex);
+  slot().final = true;
+  return slot().extension;
+}
+
+Host& makeHost() {
+  Host& plain = (new desktop::DesktopHost(desktop::takeDescription()))->services();
+  const HostExtension extension = takeExtension();
+  return extension != nullptr ? extension(plain) : plain;
+}
+
+}  // namespace
+
+bool extendProcessHost(HostExtension extension) {
+  base::MutexLock lock(slot().mutex);
+  if (slot().final) return false;
+  slot().extension = extension;
+  return true;
+}
 
 Host& processHost() {
-  static auto* const host = new desktop::DesktopHost(desktop::takeDescription());
-  return host->services();
+  static Host& host = makeHost();
+  return host;
 }
 
 }  // namespace zarn::platform

@@ -31,6 +31,7 @@
 #include "support/fake_name_tagger.h"
 #include "support/fake_producer_services.h"
 #include "support/fake_services.h"
+#include "support/fake_toolkit.h"
 #include "support/scripted_http.h"
 #include "support/temp_directory.h"
 
@@ -250,6 +251,8 @@ class ConcurrentPrivacyTest : public ::testing::Test {
   testing::FakeLifeEvents life_;
   testing::FakeNameTagger names_;
   testing::FakeProducerServices sources_;
+  testing::ManualClock uiClock_;
+  testing::FakeToolkit ui_{uiClock_};
   Transitions optOuts_, resets_;
   BusyServer server_{dispatch_, optOuts_, resets_};
   platform::Host services_{dispatch_,
@@ -272,7 +275,11 @@ class ConcurrentPrivacyTest : public ::testing::Test {
                            sources_.clipboard,
                            sources_.receipt,
                            sources_.adNetwork,
-                           sources_.opener};
+                           sources_.opener,
+                           ui_.screens,
+                           ui_.windows,
+                           ui_.input,
+                           ui_.images};
   std::unique_ptr<Client> client_ =
       std::make_unique<Client>([this]() -> platform::Host& { return services_; });
 

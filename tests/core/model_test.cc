@@ -135,7 +135,11 @@ struct World {
                           host.sources.clipboard,
                           host.sources.receipt,
                           host.sources.adNetwork,
-                          host.sources.opener};
+                          host.sources.opener,
+                          host.ui.screens,
+                          host.ui.windows,
+                          host.ui.input,
+                          host.ui.images};
   bool commitsFail = false;
   bool optOutLasts = true;  // it was made while settings could be committed
   int maxBufferSize = 1000;

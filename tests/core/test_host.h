@@ -13,6 +13,7 @@
 #include "support/fake_name_tagger.h"
 #include "support/fake_producer_services.h"
 #include "support/fake_services.h"
+#include "support/fake_toolkit.h"
 #include "support/manual_dispatch.h"
 #include "support/scripted_http.h"
 #include "support/temp_directory.h"
@@ -42,6 +43,7 @@ struct TestHost {
   ScriptedHttp http;
   FakeNameTagger names;
   FakeProducerServices sources;
+  FakeToolkit ui{clock};
   platform::Host services{dispatch,
                           clock,
                           random,
@@ -62,7 +64,11 @@ struct TestHost {
                           sources.clipboard,
                           sources.receipt,
                           sources.adNetwork,
-                          sources.opener};
+                          sources.opener,
+                          ui.screens,
+                          ui.windows,
+                          ui.input,
+                          ui.images};
 };
 
 /// A client on a host that may have had clients before: a relaunch is a new one on the same host.
