@@ -30,6 +30,7 @@ HIDDEN = {
     "curl/": ("backends/desktop/", "tests/support/", "examples/"),
     "openssl/": ("backends/desktop/", "collector/server/digest"),
     "linux/": "backends/desktop/",
+    "Q": ("backends/qt/", "examples/pocket_shop/", "bench/"),  # Qt
 }
 LEVEL = {room: level for level, rooms in enumerate(LAYERS) for room in rooms}
 INCLUDE = re.compile(r'^\s*#\s*include\s*([<"])([^>"]+)[>"]', re.MULTILINE)
