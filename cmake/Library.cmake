@@ -23,7 +23,7 @@ if(BUILD_SHARED_LIBS)
 endif()
 
 install(TARGETS Zarn EXPORT ZarnTargets)
-install(DIRECTORY include/zarn DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+install(DIRECTORY include/zarn DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} PATTERN qt.h EXCLUDE)
 install(EXPORT ZarnTargets NAMESPACE Zarn:: DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/Zarn)
 # The package files find their way from where they lie, so that an installed tree can be moved. Who
 # links the archive must link what it stands on; the shared library has that inside.

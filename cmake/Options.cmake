@@ -5,6 +5,7 @@ option(ZARN_LOCK_CHECKS "Abort on a wrong lock order or a blocking call on a hos
 option(ZARN_BUILD_TESTS "Build the tests where GoogleTest is found" ${PROJECT_IS_TOP_LEVEL})
 option(ZARN_BUILD_BENCHMARKS "Build the benchmarks where Google Benchmark is found" ${PROJECT_IS_TOP_LEVEL})
 option(ZARN_BUILD_COLLECTOR "Build the development collector where cpp-httplib is found" ${PROJECT_IS_TOP_LEVEL})
+option(ZARN_BUILD_QT "Build the host for Qt apps where Qt 6 is found" ${PROJECT_IS_TOP_LEVEL})
 option(ZARN_BUILD_EXAMPLES "Build the example hosts" ${PROJECT_IS_TOP_LEVEL})
 option(ZARN_BUILD_FUZZERS "Build the fuzzers (clang only)" OFF)
 option(ZARN_UNITY_BUILD "Compile the library's sources several at a time" OFF)

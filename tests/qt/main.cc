@@ -1,0 +1,14 @@
+// One app for all tests of a process, drawn where no display is needed.
+#include <gtest/gtest.h>
+
+#include <QApplication>
+
+int main(int argc, char** argv) {
+  ::testing::InitGoogleTest(&argc, argv);
+  qputenv("QT_QPA_PLATFORM", "offscreen");
+  qputenv("QT_QUICK_BACKEND", "software");
+  // The look that needs no further package, and no settings of the user's.
+  qputenv("QT_QUICK_CONTROLS_STYLE", "Basic");
+  QApplication app(argc, argv);
+  return RUN_ALL_TESTS();
+}
