@@ -36,7 +36,7 @@ class RedactionEngine {
   void addSensitiveClass(std::string name, bool includingSubclasses);
 
   /// Whether the view, and so all below it, must not be seen or read. Its ancestors are not looked
-  /// at. No view is masked.
+  /// at. An empty view counts as masked.
   bool shouldMask(const platform::View& view) const;
   /// Whether this holds for the view or for anything around it.
   bool isMaskedWithin(const platform::View& view) const;
