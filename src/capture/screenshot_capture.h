@@ -99,12 +99,14 @@ class ScreenshotCapture {
   bool draw(const platform::View& window, double maxWidth, platform::Bitmap& into) const;
   void upload(Attempt attempt, const Picture& picture);
   void uploaded(Attempt attempt, const platform::HttpResult& result);
+  ScreenshotSubject subjectOf(const Attempt& attempt) const;
   platform::HttpRequest makeRequest(std::string_view path, std::string body) const;
 
   // Constant after construction.
   const ScreenshotParts parts_;
   const ScreenshotHooks hooks_;
   const model::Configuration configuration_;
+  const std::string projectId_ = configuration_.projectId();
   const std::string bundleId_;
   const platform::Log log_;
 

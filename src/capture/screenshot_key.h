@@ -1,4 +1,4 @@
-// What a screen's picture is filed under.
+// What a screen's picture is filed under: "Cart_populated".
 #pragma once
 
 #include <span>
@@ -9,26 +9,27 @@
 
 namespace zarn::capture {
 
-/// Letters and numbers of any script and "-", with "_" for each run of anything else in between; at
-/// most 80 characters.
-std::string sanitizedScreenName(std::string_view name);
+/// The name, or the fallback where the name is empty or made from a screen's shape. Letters and
+/// numbers of any script and "-" stay, "_" stands for each run of anything else in between; at most
+/// 80 characters. Empty when nothing is left.
+std::string screenshotKeyStem(std::string_view name, std::string_view fallbackName);
+std::string screenshotKey(std::string_view stem, model::ScreenState state);
 
-/// Whether the name must give way to the fallback: it is empty, or made from a screen's shape.
-bool saysNothing(std::string_view trimmedName);
+/// Whether a picture for a screen that was offered in one state may be taken in another, under the
+/// key of that one. A screen that loads makes no picture of a settled one, and an empty list or an
+/// error is a picture of its own.
+bool mayFollow(model::ScreenState offered, model::ScreenState now);
 
-/// "Cart_populated". Empty when nothing of the name is left.
-std::string screenshotKey(std::string_view name, model::ScreenState state);
-
-/// The key without its state.
-std::string_view screenshotKeyStem(std::string_view key);
-
-/// The key that a picture taken in `state` belongs under. A key for a screen that was loading or
-/// had nothing special to it follows the state; empty when the picture belongs to another key.
-std::string keyForState(std::string_view key, model::ScreenState state);
-
-/// Whether an entry names the screen: by its key, with or without the state, by its name, or by its
-/// class. White space around an entry and the case of letters don't count.
-bool isExcluded(std::span<const std::string> entries, std::string_view key, std::string_view name,
-                std::string_view className);
+/// What an excluded screen may be called by.
+struct ScreenshotNames {
+  std::string_view stem;
+  model::ScreenState state = model::ScreenState::normal;
+  std::string_view name;
+  std::string_view className;
+};
+/// Whether an entry names the screen: by its key, with or without the state, by its name, as it is
+/// or as the key has it, or by its class. White space around an entry and the case of letters don't
+/// count.
+bool isExcluded(std::span<const std::string> entries, const ScreenshotNames& names);
 
 }  // namespace zarn::capture
