@@ -155,6 +155,10 @@ class View {
   View(ViewToolkit& toolkit, ViewToolkit::Node node) : toolkit_(&toolkit), node_(node) {}
   explicit operator bool() const { return node_ != nullptr; }
   friend bool operator==(const View&, const View&) = default;
+  /// For the toolkit itself; null for no view, and for a view of another toolkit.
+  ViewToolkit::Node nodeIn(const ViewToolkit& toolkit) const {
+    return toolkit_ == &toolkit ? node_ : nullptr;
+  }
 
   std::string_view classText(base::TextArena& arena) const {
     return toolkit_->classText(node_, arena);

@@ -1,0 +1,33 @@
+// What the app has said of its views, and what has been seen of them: private, secret, which kind
+// of text. The public side is in zarn/qt.h and in the QML module `Zarn`.
+#pragma once
+
+#include <optional>
+
+#include "platform/view.h"
+
+class QObject;
+class QQuickItem;
+
+namespace zarn::qt {
+
+/// GUI thread. Forgotten when the object dies.
+struct ObjectNote {
+  bool isPrivate = false;
+  bool wasSecure = false;  // has hidden what is typed at some time
+  std::optional<platform::TextContentType> contentType;
+};
+
+/// Null without one. One lookup, no allocation.
+const ObjectNote* noteOf(const QObject& object);
+/// The object's note, made where there was none.
+ObjectNote& noteFor(QObject& object);
+
+/// Whether a mark lies on the item itself, on the popup that it stands for, or, at the top of a
+/// window, on the window.
+bool isMarkedPrivate(const QQuickItem& item);
+
+/// Makes the QML module `Zarn` known: `Zarn.redact` and `Zarn.contentType` on any object. Once.
+void registerQmlModule();
+
+}  // namespace zarn::qt
