@@ -107,9 +107,11 @@ class Capture {
   void laidOut(const platform::Screen& screen);
   void noteTap();
   void flush();
+  void enter(const ScreenSeen& seen, std::vector<model::NameCandidate> candidates);
   void tellScreen(const platform::Screen& screen, const ScreenSeen& seen,
                   const std::vector<model::NameCandidate>& candidates);
-  void tellTab(const platform::Screen& leaf, const std::string& name, const std::string& className);
+  void tellTab(const platform::Screen& tabs, const platform::Screen& selected,
+               const platform::Screen& leaf);
   void tellStateChange(const platform::Screen& screen, const model::ScreenObservation& observation);
   void tellTap(const Tap& tap);
   void leaveScreenBreadcrumb(std::string_view name, std::string className) const;
@@ -138,10 +140,6 @@ class Capture {
   ScreenStateTracker states_;
   TapTracker taps_;
   LifecycleTracker lifecycle_;
-
-  // Main thread.
-  platform::WeakScreen lastScreen_;
-  bool isWalking_ = false;
 
   base::Mutex lock_{base::LockRank::leaf};
   std::optional<std::string> manualName_ ZARN_GUARDED_BY(lock_);  // of a screen still to be offered

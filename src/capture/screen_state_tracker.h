@@ -9,14 +9,12 @@
 #include <functional>
 #include <optional>
 
+#include "base/executor.h"
 #include "base/text_arena.h"
 #include "base/weakly.h"
 #include "capture/screen_memory.h"
 #include "model/screen.h"
 
-namespace zarn::base {
-class Executor;
-}
 namespace zarn::platform {
 class Clock;
 }
@@ -50,7 +48,7 @@ class ScreenStateTracker {
     bool isSystem = false;
     bool isPending = false;
     base::Duration dueAt{};
-    std::optional<std::uint64_t> lastHash;
+    std::optional<std::uint64_t> lastHash = std::nullopt;
   };
   void checkAfter(base::Duration delay, std::uint64_t id);
   void check(std::uint64_t id);
@@ -64,7 +62,7 @@ class ScreenStateTracker {
   const OnStateChange onStateChange_;
 
   ScreenMemory<Memory> memory_;
-  base::TextArena arena_;  // its own: a signal may come in the middle of another's walk
+  base::TextArena arena_;
   base::Scope scope_;
 };
 

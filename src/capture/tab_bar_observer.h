@@ -1,9 +1,10 @@
 // TabBarObserver: watches tabs, since a change of tab need not make a screen appear.
 #pragma once
 
+#include <cstddef>
+#include <cstdint>
 #include <functional>
 #include <memory>
-#include <string>
 
 #include "base/weakly.h"
 #include "capture/screen_memory.h"
@@ -13,22 +14,18 @@ class Observation;
 class ScreenEvents;
 class Windows;
 }  // namespace zarn::platform
-namespace zarn::screens {
-class ScreenNaming;
-}
 
 namespace zarn::capture {
 
 /// Main thread, its end included.
 class TabBarObserver {
  public:
-  /// `leaf`: the screen that is seen in the tab that has come to the front.
-  using Handler = std::function<void(const platform::Screen& leaf, const std::string& name,
-                                     const std::string& className)>;
-  /// `isRecent`: whether a screen of this name was told a moment ago.
+  /// `selected`: what the tab that has come to the front holds; `leaf`: what is seen of it.
+  using OnTabChange =
+      std::function<void(const platform::Screen& tabs, const platform::Screen& selected,
+                         const platform::Screen& leaf)>;
   TabBarObserver(platform::Windows& windows, platform::ScreenEvents& events,
-                 screens::ScreenNaming& naming, std::function<bool(std::string_view name)> isRecent,
-                 Handler handler);
+                 OnTabChange onTabChange);
   ~TabBarObserver();
 
   void scanExistingWindows();
@@ -37,23 +34,21 @@ class TabBarObserver {
   /// Finds the tabs that a screen lies in, which may have come since the last scan.
   void observeAround(const platform::Screen& screen);
 
-  /// Tabs that are watched, or were before they died a short while ago.
+  /// Tabs that are watched; some may have died a short while ago.
   std::size_t observedCount() const { return observed_.size(); }
 
  private:
-  using Tabs = std::unique_ptr<platform::Observation>;
+  using Selection = std::unique_ptr<platform::Observation>;
   void observeTree(const platform::Screen& screen, int depth, int& budget);
   void observe(const platform::Screen& tabs);
-  void tabChanged(const platform::Screen& tabs);
+  void tabChanged(std::uint64_t id);
 
   // Constant after construction.
   platform::Windows& windows_;
   platform::ScreenEvents& events_;
-  screens::ScreenNaming& naming_;
-  const std::function<bool(std::string_view)> isRecent_;
-  const Handler handler_;
+  const OnTabChange onTabChange_;
 
-  ScreenMemory<Tabs> observed_;
+  ScreenMemory<Selection> observed_;
   base::Scope scope_;
 };
 

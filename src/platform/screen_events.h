@@ -8,7 +8,8 @@
 
 namespace zarn::platform {
 
-/// On the main thread, after the toolkit's own work is done. Empty closures are not called.
+/// On the main thread, after the toolkit's own work is done, and never from inside a question that
+/// a view or screen is asked. Empty closures are not called.
 struct ScreenListener {
   /// A screen has come into sight: its view is loaded, and what led to it has ended.
   std::function<void(const Screen&)> appeared;

@@ -1,0 +1,75 @@
+#include "capture/tap_tracker.h"
+
+#include "base/text.h"
+#include "platform/view.h"
+
+namespace zarn::capture {
+namespace {
+
+using platform::View;
+using platform::ViewKind;
+
+/// Where a search ends without a result, the text is not read.
+constexpr int kMostAncestors = 200;
+constexpr int kMostInside = 64;
+
+bool takesText(const platform::ViewFacts& facts) {
+  return facts.acceptsTextInput || facts.kind == ViewKind::textField ||
+         facts.kind == ViewKind::textView;
+}
+
+/// False also when there is too much inside to tell.
+bool nothingMaskedInside(const screens::ViewPrivacy& privacy, const View& view, int& budget) {
+  bool isClear = true;
+  view.eachChild([&](const View& child) {
+    isClear = --budget > 0 && !privacy.masks(child) && nothingMaskedInside(privacy, child, budget);
+    return isClear;
+  });
+  return isClear;
+}
+
+}  // namespace
+
+void TapTracker::activated(const View& control) {
+  arena_.reset();
+  if (takesText(control.facts())) return;
+  Tap tap;
+  tap.className = control.classText(arena_);
+  if (tap.className.empty()) return;  // it is gone
+  View level = control;
+  for (int depth = 0; level && depth < kHierarchyLevels; ++depth) {
+    if (depth > 0) tap.hierarchy += " > ";
+    tap.hierarchy += level.classText(arena_);
+    level = level.parent();
+  }
+  tap.label = labelOf(control);
+  if (tap.label.empty()) tap.label = tap.className;
+  onTap_(tap);
+}
+
+/// Empty when it has none that may be told.
+std::string TapTracker::labelOf(const View& control) {
+  if (!mayRead(control)) return {};
+  std::string label = cleaned(control.accessibilityLabel(arena_));
+  if (label.empty() && control.facts().kind == ViewKind::button) {
+    label = cleaned(control.text(arena_));
+  }
+  return label;
+}
+
+/// A label may repeat what stands around or inside of the control.
+bool TapTracker::mayRead(const View& control) const {
+  int ancestors = 0;
+  for (View view = control; view; view = view.parent()) {
+    if (privacy_.masks(view) || ++ancestors > kMostAncestors) return false;
+  }
+  int budget = kMostInside;
+  return nothingMaskedInside(privacy_, control, budget);
+}
+
+std::string TapTracker::cleaned(std::string_view text) const {
+  const std::string filtered = privacy_.filter(base::trimmed(text));
+  return std::string(base::prefixOfCharacters(base::trimmed(filtered), kLongestLabel));
+}
+
+}  // namespace zarn::capture
