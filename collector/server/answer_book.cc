@@ -112,13 +112,22 @@ void readValidation(Answers& answers, const rapidjson::Value& value, Problems& p
   }
 }
 
-void readRegistration(Answers& answers, const rapidjson::Value& value, Problems& problems) {
+void readStatus(int& status, std::string_view key, const rapidjson::Value& value,
+                Problems& problems) {
   if (value.IsNull()) {
-    answers.registerStatus = Answers().registerStatus;
+    status = 200;
   } else if (value.IsInt() && value.GetInt() >= 200 && value.GetInt() <= 599) {
-    answers.registerStatus = value.GetInt();
+    status = value.GetInt();
   } else {
-    problems.push_back("register_status must be a whole number from 200 to 599");
+    problems.push_back(std::string(key) + " must be a whole number from 200 to 599");
+  }
+}
+
+void readExistence(Answers& answers, const rapidjson::Value& value, Problems& problems) {
+  answers.screenshotExists.reset();
+  if (value.IsBool()) answers.screenshotExists = value.GetBool();
+  if (!value.IsBool() && !value.IsNull()) {
+    problems.push_back("screenshot_exists must be true, false, or null for what is kept");
   }
 }
 
@@ -131,7 +140,11 @@ void readMember(Answers& answers, std::string_view key, const rapidjson::Value& 
   } else if (key == "validation_status") {
     readValidation(answers, value, problems);
   } else if (key == "register_status") {
-    readRegistration(answers, value, problems);
+    readStatus(answers.registerStatus, key, value, problems);
+  } else if (key == "screenshot_exists") {
+    readExistence(answers, value, problems);
+  } else if (key == "screenshot_status") {
+    readStatus(answers.screenshotStatus, key, value, problems);
   } else {
     problems.push_back(quoted(key) + " is no part of a project's answers");
   }
@@ -181,13 +194,14 @@ std::string answersJson(const Answers& answers) {
         .raw(rule.answer.value_or(""))
         .end();
   }
-  return out.end()
+  out.end()
       .key("defaultLink")
       .raw(answers.defaultLink.value_or(""))
       .field("validation_status", answers.validationStatus)
       .field("register_status", answers.registerStatus)
-      .end()
-      .take();
+      .key("screenshot_exists");
+  answers.screenshotExists ? out.value(*answers.screenshotExists) : out.null();
+  return out.field("screenshot_status", answers.screenshotStatus).end().take();
 }
 
 AnswerBook::AnswerBook(Store& store) : store_(store) {

@@ -1,5 +1,5 @@
-// What each project answers to the calls about links, installs and push tokens, as it was set. Kept
-// in the store.
+// What each project answers to the calls about links, installs, push tokens and screenshots, as it
+// was set. Kept in the store.
 #pragma once
 
 #include <map>
@@ -27,6 +27,8 @@ struct Answers {
   LinkAnswer defaultLink;
   std::string validationStatus = "validated";
   int registerStatus = 200;
+  std::optional<bool> screenshotExists;  // none: as it is
+  int screenshotStatus = 200;
 
   /// The rule of the click id, else that of the clipboard token, else the default.
   const LinkAnswer& linkFor(std::string_view clickId, std::string_view clipboardToken) const;
@@ -45,9 +47,8 @@ class AnswerBook {
   explicit AnswerBook(Store& store);
 
   Answers answers(const std::string& project) const;
-  /// Takes {"links", "defaultLink", "validation_status", "register_status"}: a key that is left out
-  /// stays as it is, null brings back its default. False, with a message and nothing changed, for
-  /// anything else.
+  /// Takes what answersJson() writes: a key that is left out stays as it is, null brings back its
+  /// default. False, with a message and nothing changed, for anything else.
   bool edit(const std::string& project, std::string_view json, std::string& error);
   /// Back to the defaults.
   bool remove(const std::string& project, std::string& error);

@@ -3,9 +3,11 @@
 #include <algorithm>
 #include <span>
 
+#include "server/base64.h"
 #include "server/digest.h"
 #include "server/json.h"
 #include "server/object_check.h"
+#include "server/screenshot_check.h"
 
 namespace zarn::collector {
 namespace {
@@ -47,21 +49,29 @@ struct Form {
 Form formOf(Endpoint endpoint) {
   if (endpoint == Endpoint::validate) return {kValidateKeys, "apple_receipt"};
   if (endpoint == Endpoint::registration) return {kRegisterKeys, "token"};
+  if (endpoint == Endpoint::screenshotCheck) return {kScreenshotCheckKeys, kPictureKey};
+  if (endpoint == Endpoint::screenshot) return {kScreenshotKeys, kPictureKey};
   return {kResolveKeys, {}};
 }
 
-std::string shownOf(const rapidjson::Value& body, const Form& form) {
+// `picture` is the digest of a picture that could be read.
+std::string shownOf(const rapidjson::Value& body, const Form& form, const std::string& picture) {
   JsonOut out;
   out.object();
   for (const auto& member : body.GetObject()) {
     const std::string_view key = textOf(member.name);
-    const bool isKnown = std::any_of(form.keys.begin(), form.keys.end(),
-                                     [&](const KeyRule& rule) { return rule.key == key; });
+    const auto rule = std::find_if(form.keys.begin(), form.keys.end(),
+                                   [&](const KeyRule& each) { return each.key == key; });
+    const bool isKnown = rule != form.keys.end();
     const bool isText = member.value.IsString();
-    if (key == form.secret && isText) {
+    if (key == kPictureKey && !picture.empty()) {
+      out.field("image_sha256", picture);
+    } else if (key == form.secret && isText) {
       out.field(std::string(key) + "_sha256", sha256Hex(textOf(member.value)));
     } else if (isText && (isKnown || form.secret.empty())) {
       out.field(key, textOf(member.value));
+    } else if (isKnown && rule->kind == Kind::integer && member.value.IsInt64()) {
+      out.field(key, member.value.GetInt64());
     } else {
       out.key(key).null();
     }
@@ -101,14 +111,6 @@ bool isClipboardToken(std::string_view text) {
   }
 }
 
-bool isBase64(std::string_view text) {
-  constexpr std::string_view alphabet =
-      "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
-  const std::size_t end = std::min(text.find_first_not_of(alphabet), text.size());
-  const std::string_view padding = text.substr(end);
-  return text.size() % 4 == 0 && (padding.empty() || padding == "=" || padding == "==");
-}
-
 void checkResolve(ObjectCheck& check, CallFacts& facts) {
   facts.clickId = check.text("zarn_click_id");
   facts.clipboardToken = check.text("clipboard_token");
@@ -130,6 +132,16 @@ bool bringsSecrets(Endpoint endpoint) {
   return !formOf(endpoint).secret.empty();
 }
 
+std::string callAuthorizationProblem(Endpoint endpoint, std::string_view header) {
+  if (endpoint != Endpoint::screenshot && endpoint != Endpoint::screenshotCheck) {
+    return header.empty() ? "" : "the Authorization header does not belong to this request";
+  }
+  constexpr std::string_view scheme = "Bearer ";
+  const bool isKey = header.starts_with(scheme) && header.size() > scheme.size() &&
+                     header.find(' ', scheme.size()) == header.npos;
+  return isKey ? "" : "the Authorization header must be \"Bearer\" and the key";
+}
+
 bool checkCall(Endpoint endpoint, std::string_view json, CallFacts& facts, std::string& error) {
   rapidjson::Document body;
   if (!parseJson(json, body, error)) return false;
@@ -145,12 +157,16 @@ bool checkCall(Endpoint endpoint, std::string_view json, CallFacts& facts, std::
   caller.platform = check.text("platform");
   caller.sdkVersion = check.text("sdk_version");
   caller.bundleId = check.text("bundle_id");
-  facts.shown = shownOf(body, form);
   if (endpoint == Endpoint::resolve) checkResolve(check, facts);
   if (endpoint == Endpoint::validate && check.find("apple_receipt") != nullptr &&
-      !isBase64(check.text("apple_receipt"))) {
+      !decodedBase64(check.text("apple_receipt"))) {
     check.problem("apple_receipt", "is no base64");
   }
+  const bool isUpload = endpoint == Endpoint::screenshot;
+  if (isUpload || endpoint == Endpoint::screenshotCheck) {
+    facts.refusal = readScreenshot(check, isUpload, facts.screenshot);
+  }
+  facts.shown = shownOf(body, form, facts.screenshot.sha256);
   const std::string provider = check.text("provider");
   if (!provider.empty() && provider != "apns" && provider != "firebase") {
     check.problem("provider", "must be apns or firebase: " + quoted(provider));

@@ -60,6 +60,11 @@ Statement& Statement::bind(int index, std::string_view text) {
   return *this;
 }
 
+Statement& Statement::bindBytes(int index, std::string_view bytes) {
+  sqlite3_bind_blob64(statement_, index, bytes.data(), bytes.size(), SQLITE_STATIC);
+  return *this;
+}
+
 Statement& Statement::bindNull(int index) {
   sqlite3_bind_null(statement_, index);
   return *this;
@@ -93,6 +98,13 @@ std::string_view Statement::text(int column) const {
   const unsigned char* data = sqlite3_column_text(statement_, column);
   if (data == nullptr) return {};
   return {reinterpret_cast<const char*>(data),
+          static_cast<std::size_t>(sqlite3_column_bytes(statement_, column))};
+}
+
+std::string_view Statement::bytes(int column) const {
+  const void* data = sqlite3_column_blob(statement_, column);
+  if (data == nullptr) return {};
+  return {static_cast<const char*>(data),
           static_cast<std::size_t>(sqlite3_column_bytes(statement_, column))};
 }
 

@@ -37,7 +37,7 @@ class Database {
   std::chrono::steady_clock::time_point deadline_ = std::chrono::steady_clock::time_point::max();
 };
 
-/// Bound texts must outlive the step.
+/// Bound texts and bytes must outlive the step.
 class Statement {
  public:
   Statement(Database& database, std::string_view sql);
@@ -47,6 +47,7 @@ class Statement {
 
   Statement& bind(int index, std::int64_t value);
   Statement& bind(int index, std::string_view text);
+  Statement& bindBytes(int index, std::string_view bytes);
   Statement& bindNull(int index);
   /// True while there is a row to read; see failed() when there is none.
   bool step();
@@ -56,7 +57,8 @@ class Statement {
   bool failed() const { return failed_; }
 
   std::int64_t number(int column) const;
-  std::string_view text(int column) const;  // until the next step
+  std::string_view text(int column) const;   // until the next step
+  std::string_view bytes(int column) const;  // likewise
   bool isNull(int column) const;
 
  private:

@@ -32,7 +32,9 @@ constexpr Word<Endpoint> kEndpoints[] = {
     {"batch", Endpoint::batch},          {"init", Endpoint::init},
     {"recovery", Endpoint::recovery},    {"config", Endpoint::config},
     {"resolve", Endpoint::resolve},      {"validate", Endpoint::validate},
-    {"register", Endpoint::registration}};
+    {"register", Endpoint::registration},
+    {"screenshot_check", Endpoint::screenshotCheck},
+    {"screenshot", Endpoint::screenshot}};
 constexpr Word<Verdict> kVerdicts[] = {{"accept", Verdict::accept},
                                        {"permanent", Verdict::permanent},
                                        {"transient", Verdict::transient},

@@ -26,6 +26,8 @@ enum class Endpoint {
   resolve,       // of a link
   validate,      // of an install
   registration,  // of a push token; "register" for people
+  screenshotCheck,  // whether a screen's picture is wanted
+  screenshot,
 };
 
 /// Whether the endpoint's answers tell the policy.

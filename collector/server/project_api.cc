@@ -128,6 +128,16 @@ Reply ProjectApi::setAnswers(const Request& request) {
   return answers(request);
 }
 
+// So that clients take them anew.
+Reply ProjectApi::removeScreenshots(const Request& request) {
+  const std::string project = projectOf(request);
+  const auto removed = store_.removeScreenshots(project);
+  if (!removed) return errorReply(500, "the screenshots could not be removed");
+  const Reply now = answer(project);
+  if (now.status == 200) feed_.publish("project", now.body);
+  return jsonReply(JsonOut().object().field("removed", *removed).end().take());
+}
+
 Reply ProjectApi::changes(const Request& request) {
   JsonOut out;
   out.object().key("changes").array();

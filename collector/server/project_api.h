@@ -34,6 +34,7 @@ class ProjectApi {
   Reply resume(const Request& request);
   Reply answers(const Request& request);
   Reply setAnswers(const Request& request);
+  Reply removeScreenshots(const Request& request);
   Reply changes(const Request& request);
   Reply wait(const Request& request);
   Reply exchanges(const Request& request);

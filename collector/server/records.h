@@ -10,6 +10,7 @@
 
 #include "server/acks.h"
 #include "server/fault_rule.h"
+#include "server/jpeg.h"
 #include "server/wire_check.h"
 
 namespace zarn::collector {
@@ -86,6 +87,16 @@ struct ExchangeRecord {
   std::int64_t batch = 0;   // which batch it was
   std::string request;      // body or query
   std::string response;
+};
+
+/// A screen's reference picture, or the question for one. What it is of is told by project, app and
+/// screen.
+struct Screenshot {
+  std::string project, app, screen;
+  std::string bundleId, platform, sdkVersion, releaseId, device, anonymous, user;
+  JpegSize size;
+  std::string jpeg;    // empty: none that could be kept
+  std::string sha256;  // of the JPEG; empty without
 };
 
 /// How many events of a batch came to which end.

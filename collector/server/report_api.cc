@@ -39,4 +39,37 @@ Reply ReportApi::crashes(const Request& request) {
   return answer(request, &Reports::crashes);
 }
 
+Reply ReportApi::screens(const Request& request) {
+  return answer(request, &Reports::screens);
+}
+
+Reply ReportApi::flow(const Request& request) {
+  return answer(request, &Reports::flow);
+}
+
+Reply ReportApi::screenshots(const Request& request) {
+  Parameters parameters(request);
+  const std::string project = parameters.text("project");
+  if (const std::string wrong = parameters.error(); !wrong.empty()) return errorReply(400, wrong);
+  std::string error;
+  auto result = screenshots_.list(project, error);
+  if (!result) return errorReply(500, error);
+  Reply reply;
+  reply.body = std::move(*result);
+  return reply;
+}
+
+Reply ReportApi::screenshot(const Request& request) {
+  std::string error;
+  auto jpeg = screenshots_.jpeg(lastPart(request), error);
+  if (!jpeg) return errorReply(500, error);
+  if (jpeg->empty()) return errorReply(404, "there is no such screenshot");
+  Reply reply;
+  reply.body = std::move(*jpeg);
+  reply.contentType = "image/jpeg";
+  // Named by its digest, it can't change.
+  reply.headers = {{"Cache-Control", "private, max-age=31536000, immutable"}};
+  return reply;
+}
+
 }  // namespace zarn::collector

@@ -34,7 +34,8 @@ bool eachEvent(Lease& lease, const ReportScope& scope, std::string_view conditio
     where.add("(SELECT project FROM batches WHERE id = events.batch) = ?", scope.project);
   }
   Statement query(*lease,
-                  "SELECT event_id, type, name, device, received_ms, timestamp, raw FROM events" +
+                  "SELECT event_id, type, name, device, received_ms, timestamp, raw, session FROM"
+                  " events" +
                       where.sql() + newest("seq", limit));
   where.bindTo(query, 1);
   return lease.each(query, [&](const Statement& row) {
@@ -44,7 +45,8 @@ bool eachEvent(Lease& lease, const ReportScope& scope, std::string_view conditio
     const rapidjson::Value none(rapidjson::kObjectType);
     const bool isObject = properties != nullptr && properties->IsObject();
     const std::int64_t ms = row.isNull(5) ? row.number(4) : row.number(5) * 1000;
-    read({row.text(0), row.text(1), row.text(2), row.text(3), ms, isObject ? *properties : none});
+    read({row.text(0), row.text(1), row.text(2), row.text(3), row.text(7), ms,
+          isObject ? *properties : none});
   });
 }
 

@@ -20,7 +20,7 @@ constexpr std::int64_t kMostListed = 100;
 
 /// Valid until the next one.
 struct SentEvent {
-  std::string_view id, type, name, device;
+  std::string_view id, type, name, device, session;
   std::int64_t ms;                     // its own time, or that of arrival where it has none
   const rapidjson::Value& properties;  // an object
 };

@@ -1,5 +1,5 @@
 // What the events of one kind come to: traffic by host and route, links and installs, pushes and
-// what they led to, crashes. Made of the kept events and exchanges when asked; answered as JSON.
+// what they led to, crashes, screens and the ways between them. Made of the kept events and exchanges when asked; answered as JSON.
 // Values of clients are told as they came: an event with a problem is kept and counted as well.
 // Thread-safe.
 #pragma once
@@ -32,6 +32,8 @@ class Reports {
   Result links(const ReportScope& scope, std::string& error);
   Result push(const ReportScope& scope, std::string& error);
   Result crashes(const ReportScope& scope, std::string& error);
+  Result screens(const ReportScope& scope, std::string& error);
+  Result flow(const ReportScope& scope, std::string& error);
 
  private:
   Connections connections_;

@@ -135,6 +135,27 @@ CREATE TABLE IF NOT EXISTS answers(
   project TEXT PRIMARY KEY,
   json TEXT NOT NULL
 );
+CREATE TABLE IF NOT EXISTS screenshots(
+  id INTEGER PRIMARY KEY,
+  project TEXT NOT NULL,
+  app TEXT NOT NULL,
+  screen TEXT NOT NULL,
+  received_ms INTEGER NOT NULL,
+  bundle_id TEXT NOT NULL,
+  platform TEXT NOT NULL,
+  sdk_version TEXT NOT NULL,
+  release_id TEXT NOT NULL,
+  device TEXT NOT NULL,
+  anonymous TEXT NOT NULL,
+  user TEXT NOT NULL,
+  width INTEGER NOT NULL,
+  height INTEGER NOT NULL,
+  uploads INTEGER NOT NULL,
+  sha256 TEXT NOT NULL,
+  jpeg BLOB NOT NULL,
+  UNIQUE(project, app, screen)
+);
+CREATE INDEX IF NOT EXISTS screenshots_by_sha256 ON screenshots(sha256);
 PRAGMA user_version = 2;
 )sql";
 

@@ -222,7 +222,8 @@ bool Store::reset() {
   const Lock lock(mutex_);
   const bool good = database_->run(
       "BEGIN IMMEDIATE; DELETE FROM events; DELETE FROM batches; DELETE FROM exchanges;"
-      "DELETE FROM installations; DELETE FROM contexts; DELETE FROM requests; COMMIT");
+      "DELETE FROM installations; DELETE FROM contexts; DELETE FROM requests;"
+      "DELETE FROM screenshots; COMMIT");
   if (!good) {
     database_->run("ROLLBACK");
     return false;

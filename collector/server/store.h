@@ -8,6 +8,7 @@
 #include <functional>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -49,6 +50,12 @@ class Store {
   bool setAnswers(const std::string& project, std::string_view json);
   /// Each project with its answers.
   std::vector<std::pair<std::string, std::string>> answers() const;
+  /// Keeps the picture, in place of an earlier one of the same screen.
+  bool addScreenshot(const Screenshot& screenshot, std::int64_t receivedMs);
+  /// Whether there is one of this project, app and screen.
+  bool hasScreenshot(const Screenshot& of) const;
+  /// Forgets those of the project; the answer is how many, or nothing when that failed.
+  std::optional<std::int64_t> removeScreenshots(const std::string& project);
   bool reset();
 
   /// The place of a kept event; 0 when it is not here.

@@ -52,11 +52,21 @@ struct Store::Statements {
                   " pause_revision, policy, paused, release_id, app_id, what)"
                   " VALUES(?,?,?,?,?,?,?,?,?,?)"),
         setAnswers(database, "INSERT OR REPLACE INTO answers(project, json) VALUES(?,?)"),
-        removeAnswers(database, "DELETE FROM answers WHERE project = ?") {}
+        removeAnswers(database, "DELETE FROM answers WHERE project = ?"),
+        addScreenshot(database,
+                      "REPLACE INTO screenshots(project, app, screen, received_ms, bundle_id,"
+                      " platform, sdk_version, release_id, device, anonymous, user, width, height,"
+                      " sha256, jpeg, uploads) VALUES(?1,?2,?3,?4,?5,?6,?7,?8,?9,?10,?11,?12,?13,"
+                      "?14,?15, 1 + ifnull((SELECT uploads FROM screenshots"
+                      " WHERE project = ?1 AND app = ?2 AND screen = ?3), 0))"),
+        hasScreenshot(database,
+                      "SELECT 1 FROM screenshots WHERE project = ? AND app = ? AND screen = ?"),
+        removeScreenshots(database, "DELETE FROM screenshots WHERE project = ?") {}
 
   bool areGood() const {
-    for (const Statement* each : {&addEvent, &rawOf, &addBatch, &addExchange, &noteAnswered,
-                                  &lastPolicy, &addChange, &setAnswers}) {
+    for (const Statement* each :
+         {&addEvent, &rawOf, &addBatch, &addExchange, &noteAnswered, &lastPolicy, &addChange,
+          &setAnswers, &addScreenshot, &hasScreenshot, &removeScreenshots}) {
       if (each->failed()) return false;
     }
     return true;
@@ -76,6 +86,9 @@ struct Store::Statements {
   Statement addChange;
   Statement setAnswers;
   Statement removeAnswers;
+  Statement addScreenshot;
+  Statement hasScreenshot;
+  Statement removeScreenshots;
 };
 
 }  // namespace zarn::collector

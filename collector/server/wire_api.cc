@@ -18,6 +18,8 @@ bool isJson(const Request& request) {
   return request.contentType == "application/json";
 }
 
+constexpr std::size_t kMostScreenshotBytes = 12u << 20;  // of an upload's body
+
 constexpr const char* kWrongType = "Content-Type must be application/json";
 
 // The pause that holds for a project: its own, or everybody's.
@@ -143,6 +145,17 @@ Reply WireApi::registerToken(const Request& request) {
   return call(Endpoint::registration, request);
 }
 
+Reply WireApi::screenshotCheck(const Request& request) {
+  return call(Endpoint::screenshotCheck, request);
+}
+
+Reply WireApi::screenshot(const Request& request) {
+  if (request.body.size() > kMostScreenshotBytes) {
+    return refuseCall(Endpoint::screenshot, request, {413, "a screenshot has at most 12 MiB"});
+  }
+  return call(Endpoint::screenshot, request);
+}
+
 Reply WireApi::call(Endpoint endpoint, const Request& request) {
   CallFacts facts;
   std::string error;
@@ -151,21 +164,26 @@ Reply WireApi::call(Endpoint endpoint, const Request& request) {
   if (!checkCall(endpoint, request.body, facts, error)) {
     return refuseCall(endpoint, request, {400, error});
   }
-  if (!request.authorization.empty()) {
-    facts.caller.problems.push_back("the Authorization header does not belong to this request");
-  }
+  note(facts.caller.problems, callAuthorizationProblem(endpoint, request.authorization));
   const std::string project = facts.caller.project;
   const ProjectSettings settings = book_.settings(project);
   CallMeeting meeting;
   meeting.fault = faults_.strike(endpoint, project);
   meeting.answers = answers_.answers(project);
   meeting.paused = pauseOf(settings, faults_);
+  if (endpoint == Endpoint::screenshotCheck) {
+    meeting.hasScreenshot = store_.hasScreenshot(facts.screenshot);
+  }
   ExchangeRecord record;
   record.receivedMs = nowMs();
   record.endpoint = endpoint;
   record.newest = settings.revision;
   record.request = facts.shown.substr(0, kMostKept);
   Reply reply = planCall(record, facts, meeting);
+  if (takesScreenshot(record, facts, meeting) &&
+      !store_.addScreenshot(facts.screenshot, record.receivedMs)) {
+    return errorReply(500, "the screenshot could not be kept");
+  }
   record.caller = std::move(facts.caller);
   keep(record, reply);
   return reply;

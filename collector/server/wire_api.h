@@ -1,5 +1,5 @@
 // The endpoints that the library speaks to: batch, init and config, and the calls about links,
-// installs and push tokens.
+// installs, push tokens and screenshots.
 #pragma once
 
 #include "server/answer_book.h"
@@ -24,6 +24,8 @@ class WireApi {
   Reply resolve(const Request& request);
   Reply validate(const Request& request);
   Reply registerToken(const Request& request);
+  Reply screenshotCheck(const Request& request);
+  Reply screenshot(const Request& request);
   /// Keeps any request as it came, before it is answered.
   void record(const Request& request);
 

@@ -127,7 +127,8 @@ const std::string kRules = R"({"links":[{"zarn_click_id":")" + std::string(kClic
                            R"(","answer":{"campaign":"spring","match_confidence":0.5}},)" +
                            R"({"clipboard_token":")" + std::string(kClipboard) +
                            R"(","answer":null}],"defaultLink":{"link":{"id":"l7"}},)" +
-                           R"("validation_status":"replayed","register_status":503})";
+                           R"("validation_status":"replayed","register_status":503,)"
+                           R"("screenshot_exists":null,"screenshot_status":200})";
 
 TEST_F(AnswerBookTest, RemembersWhatWasSetAndKeepsWhatWasLeftOut) {
   {
@@ -146,7 +147,7 @@ TEST_F(AnswerBookTest, RemembersWhatWasSetAndKeepsWhatWasLeftOut) {
   EXPECT_EQ(answersJson(book.answers("cafe")), json);
   EXPECT_EQ(answersJson(book.answers("zoo")),
             R"({"links":[],"defaultLink":null,"validation_status":"validated",)"
-            R"("register_status":200})");
+            R"("register_status":200,"screenshot_exists":null,"screenshot_status":200})");
 }
 
 TEST_F(AnswerBookTest, SaysWhatIsWrongAndChangesNothing) {
