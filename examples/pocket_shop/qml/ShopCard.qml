@@ -1,0 +1,7 @@
+import QtQuick
+
+Rectangle {
+    radius: Theme.corner
+    color: Theme.card
+    border.color: Theme.line
+}

@@ -1,0 +1,42 @@
+// A visitor of the shop: signs in, looks around, buys, and closes the app.
+#pragma once
+
+#include <QString>
+#include <chrono>
+#include <set>
+
+#include "visitor/hands.h"
+#include "visitor/visit_record.h"
+
+class Visitor {
+ public:
+  /// `pace` is how long a screen is looked at which they have not seen so before.
+  Visitor(QQuickWindow& window, VisitRecord& record, std::chrono::milliseconds pace)
+      : hands_(window, record), record_(record), pace_(pace) {}
+
+  /// The whole visit. Within the app's event loop. Throws Stuck.
+  void visit();
+
+ private:
+  void signIn();
+  void lookAround();
+  void lookAtNothing();
+  void meetTrouble();
+  void fillCart();
+  void buy();
+  void lookAtAccount();
+
+  /// A screen has come into sight, known by the thing `mark` on it.
+  void see(const QString& mark, const QString& name, const QString& state,
+           const QString& by = "tap");
+  /// It has changed, which is known by `mark` again.
+  void seeChange(const QString& mark, const QString& state);
+  void look();
+  void typeSecret(const QString& field, const QString& text);
+
+  Hands hands_;
+  VisitRecord& record_;
+  const std::chrono::milliseconds pace_;
+  QString name_;
+  std::set<QString> known_;  // names and states
+};
