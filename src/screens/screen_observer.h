@@ -5,19 +5,19 @@
 #include "model/screen.h"
 #include "platform/view.h"
 #include "screens/view_privacy.h"
+#include "screens/view_tree.h"
 
 namespace zarn::screens {
 
 /// Main thread. Reads only what may be read; allocates nothing per node.
 class ScreenObserver {
  public:
-  explicit ScreenObserver(const ViewPrivacy& privacy) : privacy_(privacy) {}
+  explicit ScreenObserver(const ViewPrivacy& privacy) : tree_(privacy) {}
 
   model::ScreenObservation observe(const platform::View& root);
 
  private:
-  const ViewPrivacy& privacy_;
-  base::TextArena arena_;
+  ViewTree tree_;
 };
 
 }  // namespace zarn::screens

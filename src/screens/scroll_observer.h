@@ -2,6 +2,7 @@
 #pragma once
 
 #include <functional>
+#include <optional>
 
 #include "base/executor.h"
 #include "base/mutex.h"
@@ -34,7 +35,7 @@ class ScrollObserver {
   const platform::Clock& clock_;
   mutable base::Mutex scrollStateLock_{base::LockRank::leaf};
   int activeScrollCount_ ZARN_GUARDED_BY(scrollStateLock_) = 0;
-  base::Duration lastScrollEndAt_ ZARN_GUARDED_BY(scrollStateLock_){};  // 0: none yet
+  std::optional<base::Duration> lastScrollEndAt_ ZARN_GUARDED_BY(scrollStateLock_);
 };
 
 }  // namespace zarn::screens

@@ -12,12 +12,19 @@ class View;
 
 namespace zarn::screens {
 
-/// Main thread.
+/// Main thread. Both are set.
 struct ViewPrivacy {
   /// Whether the view, and so all below it, must not be read. Its ancestors are not looked at.
   std::function<bool(const platform::View&)> masks;
   /// Takes personal data out of a text.
   std::function<std::string(std::string_view)> filter;
 };
+
+/// Whether neither the view nor anything around it is masked.
+bool isReadable(const ViewPrivacy& privacy, const platform::View& view);
+
+/// The form in which a text of the app may be shown: without spaces around it, filtered, and then
+/// cut (a cut before the filter could hide from it what it looks for).
+std::string readable(const ViewPrivacy& privacy, std::string_view text, std::size_t mostCharacters);
 
 }  // namespace zarn::screens
