@@ -1,11 +1,54 @@
 #include "qt/host.h"
 
-#include "platform/host.h"
+#include <QGuiApplication>
+
+#include "qt/links.h"
+#include "qt/request_hook.h"
 
 namespace zarn::qt {
 
-platform::Host& extendHost(platform::Host& plain) {
-  return plain;
+QtHost::QtHost(platform::Host& plain, MainExecutor& main)
+    : dispatch_(plain.dispatch, main),
+      life_(plain.life, main),
+      clipboard_(main),
+      opener_(main, plain.opener),
+      services_{dispatch_,
+                plain.clock,
+                plain.random,
+                plain.log,
+                plain.environment,
+                plain.files,
+                plain.defaults,
+                plain.secrets,
+                plain.crypto,
+                plain.device,
+                plain.paths,
+                life_,
+                plain.http,
+                plain.names,
+                QtRequestHook::shared(),
+                plain.diagnostics,
+                plain.notifications,
+                clipboard_,
+                plain.receipt,
+                plain.adNetwork,
+                opener_,
+                plain.screens,
+                plain.windows,
+                plain.input,
+                images_} {}
+
+void QtHost::follow(QGuiApplication& app) {
+  events_ = std::make_unique<AppEvents>();
+  QObject::connect(&app, &QGuiApplication::applicationStateChanged, events_.get(),
+                   [this] { life_.changing(); });
+  events_->install({.windowsChanging = [this] { life_.changing(); },
+                    .opened = handleOpened,
+                    .madeByManager =
+                        [](QNetworkAccessManager& manager, QObject& made) {
+                          QtRequestHook::shared().madeByManager(manager, made);
+                        }});
+  life_.changing();
 }
 
 }  // namespace zarn::qt

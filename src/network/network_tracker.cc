@@ -149,7 +149,7 @@ std::unique_ptr<platform::WatchedRequest> NetworkTracker::started(
     record.method = methodOf(start.method);
     record.requestBytes = clampedBytes(start.bodyBytes);
     watched = std::make_unique<Watched>(shared_from_this(), task, std::move(record),
-                                        connection.clock->monotonic());
+                                        connection.clock->monotonic() - start.age);
   });
   return watched;
 }

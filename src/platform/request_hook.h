@@ -6,6 +6,7 @@
 #include <optional>
 #include <string_view>
 
+#include "base/executor.h"
 #include "zarn/network.h"
 
 namespace zarn::platform {
@@ -14,6 +15,7 @@ struct RequestStart {
   std::string_view url;
   std::string_view method;  // empty: none was set
   std::int64_t bodyBytes = 0;
+  base::Duration age = {};  // since its beginning
 };
 
 struct RequestEnd {
