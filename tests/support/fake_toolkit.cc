@@ -5,6 +5,7 @@
 #include <cstdio>
 
 #include "support/fake_toolkit_access.h"
+#include "support/fake_transform.h"
 
 namespace zarn::testing {
 
@@ -78,34 +79,50 @@ void FakeWindows::each(base::FunctionRef<bool(const platform::Window&)> visit) {
 
 namespace {
 
+/// Where a node lies in a picture: a point of it is where the way back leads into its bounds.
+struct Shape {
+  Transform back;
+  base::Size size;
+  bool contains(base::Point at) const {
+    return base::Rect{0, 0, size.width, size.height}.contains(back.apply(at));
+  }
+};
+
 struct Painter {
   platform::Bitmap& into;
+  std::vector<Shape> clips = {};
 
-  void paint(const FakeNode& node, base::Point origin, base::Rect clip, double alpha) {
+  void paint(const FakeNode& node, const Transform& around, double alpha) {
     const NodeLook& look = node.look;
     if (look.isHidden) return;
     alpha *= look.alpha;
-    const base::Rect bounds{origin.x + look.frame.x, origin.y + look.frame.y, look.frame.width,
-                            look.frame.height};
-    fill(bounds.intersected(clip), node.color, alpha);
-    if (look.clipsChildren) clip = clip.intersected(bounds);
-    for (const NodePtr& child : node.children) {
-      paint(*child, {bounds.x, bounds.y}, clip, alpha);
+    const Transform inWindow = toParent(look).then(around);
+    const Shape shape{inWindow.inverted(), {look.frame.width, look.frame.height}};
+    const base::Rect box = inWindow.around({0, 0, look.frame.width, look.frame.height});
+    if (!look.drawsNothing) fill(box, shape, node.color, alpha);
+    if (look.clipsChildren) clips.push_back(shape);
+    for (const NodePtr& child : node.children) paint(*child, inWindow, alpha);
+    if (look.clipsChildren) clips.pop_back();
+  }
+
+  void fill(const base::Rect& box, const Shape& shape, std::uint32_t color, double alpha) {
+    const auto pixel = [&](double points, int most) {
+      return std::clamp(static_cast<int>(std::floor(points * into.scale)), 0, most);
+    };
+    for (int y = pixel(box.y, into.height); y < pixel(box.bottom() + 1, into.height); ++y) {
+      for (int x = pixel(box.x, into.width); x < pixel(box.right() + 1, into.width); ++x) {
+        const base::Point at{(x + 0.5) / into.scale, (y + 0.5) / into.scale};
+        const auto shows = [&](const Shape& clip) { return clip.contains(at); };
+        if (!shape.contains(at) || !std::ranges::all_of(clips, shows)) continue;
+        mix(into.row(y) + std::ptrdiff_t{x} * 4, color, alpha);
+      }
     }
   }
 
-  void fill(const base::Rect& rect, std::uint32_t color, double alpha) {
-    const auto pixel = [&](double points) {
-      return static_cast<int>(std::lround(points * into.scale));
-    };
-    for (int y = pixel(rect.y); y < std::min(pixel(rect.bottom()), into.height); ++y) {
-      for (int x = pixel(rect.x); x < std::min(pixel(rect.right()), into.width); ++x) {
-        std::uint8_t* at = into.row(y) + std::ptrdiff_t{x} * 4;
-        for (int channel = 0; channel < 3; ++channel) {
-          const double own = (color >> (16 - 8 * channel)) & 0xff;
-          at[channel] = static_cast<std::uint8_t>(at[channel] * (1 - alpha) + own * alpha);
-        }
-      }
+  static void mix(std::uint8_t* pixel, std::uint32_t color, double alpha) {
+    for (int channel = 0; channel < 3; ++channel) {
+      const double own = (color >> (16 - 8 * channel)) & 0xff;
+      pixel[channel] = static_cast<std::uint8_t>(pixel[channel] * (1 - alpha) + own * alpha);
     }
   }
 };
@@ -128,7 +145,7 @@ bool FakeWindows::draw(const platform::View& window, double maxWidth, platform::
   into.height = static_cast<int>(std::lround(frame.height * into.scale));
   into.pixels.assign(
       static_cast<std::size_t>(into.width) * static_cast<std::size_t>(into.height) * 4, 255);
-  Painter{into}.paint(*top, {-frame.x, -frame.y}, {0, 0, frame.width, frame.height}, 1);
+  Painter{into}.paint(*top, Transform{1, 0, 0, 1, -frame.x, -frame.y}, 1);
   return true;
 }
 
@@ -137,7 +154,7 @@ namespace {
 /// The topmost node at this place, which is in the parent's coordinates, that is not hidden.
 FakeNode* nodeAt(FakeNode& node, base::Point location) {
   const NodeLook& look = node.look;
-  const base::Point inside{location.x - look.frame.x, location.y - look.frame.y};
+  const base::Point inside = toParent(look).inverted().apply(location);
   if (look.isHidden || look.alpha <= 0) return nullptr;
   const bool isInside = base::Rect{0, 0, look.frame.width, look.frame.height}.contains(inside);
   if (look.clipsChildren && !isInside) return nullptr;
@@ -172,14 +189,9 @@ void FakeInputEvents::tapAt(FakeNode& window, base::Point location) {
 }
 
 void FakeInputEvents::tap(const NodePtr& node) {
-  base::Point middle{node->look.frame.width / 2, node->look.frame.height / 2};
   FakeNode* top = node.get();
-  for (;; top = top->parent) {
-    middle.x += top->look.frame.x;
-    middle.y += top->look.frame.y;
-    if (top->parent == nullptr) break;
-  }
-  tapAt(*top, middle);
+  while (top->parent != nullptr) top = top->parent;
+  tapAt(*top, toTop(node.get()).apply({node->look.frame.width / 2, node->look.frame.height / 2}));
 }
 
 void FakeInputEvents::beginScroll(const NodePtr& scroll) {

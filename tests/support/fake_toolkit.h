@@ -37,6 +37,8 @@ struct NodeLook {
   std::vector<std::string> baseClasses = {};
   platform::ViewKind kind = platform::ViewKind::plain;
   base::Rect frame = {};  // in the parent's coordinates
+  double scale = 1;       // around its middle
+  double rotation = 0;    // degrees, around its middle
   double alpha = 1;
   bool isHidden = false;
   std::string text = {};

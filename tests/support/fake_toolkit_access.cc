@@ -4,17 +4,10 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include "support/fake_transform.h"
+
 namespace zarn::testing {
 namespace {
-
-base::Point originInWindow(const FakeNode* node) {
-  base::Point origin;
-  for (; node != nullptr; node = node->parent) {
-    origin.x += node->look.frame.x;
-    origin.y += node->look.frame.y;
-  }
-  return origin;
-}
 
 template <typename T>
 class Weak final : public T {
@@ -155,9 +148,7 @@ FakeViewToolkit::Node FakeViewToolkit::window(Node node) {
 base::Rect FakeViewToolkit::convert(base::Rect rect, Node from, Node to) {
   const FakeNode* asked = ask(from);
   if (asked == nullptr) return {};
-  const base::Point origin = originInWindow(asked);
-  const base::Point target = originInWindow(static_cast<FakeNode*>(to));
-  return {rect.x + origin.x - target.x, rect.y + origin.y - target.y, rect.width, rect.height};
+  return toTop(asked).then(toTop(static_cast<FakeNode*>(to)).inverted()).around(rect);
 }
 
 std::unique_ptr<FakeViewToolkit::WeakNode> FakeViewToolkit::weak(Node node) {
