@@ -16,7 +16,7 @@
 #include "customer.h"
 #include "many_pages.h"
 #include "shop_server.h"
-#include "visitor/visitor.h"
+#include "visitor.h"
 #include "zarn/desktop.h"
 #include "zarn/qt.h"
 #include "zarn/zarn.h"

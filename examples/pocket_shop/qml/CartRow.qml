@@ -46,6 +46,7 @@ ShopCard {
         ToolButton {
             objectName: "remove-" + row.index
             Accessible.name: qsTr("Remove")
+            background: null
             icon.source: "../images/icon_bin.png"
             icon.width: 22
             icon.height: 22

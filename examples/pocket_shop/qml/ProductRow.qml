@@ -41,6 +41,8 @@ ItemDelegate {
             id: add
             objectName: "add-" + row.modelData.id
             Accessible.name: qsTr("Add to cart")
+            implicitWidth: 40
+            implicitHeight: 40
             text: "+"
             font.pixelSize: Theme.large
             palette.buttonText: Theme.accent

@@ -29,6 +29,7 @@ ToolBar {
         ToolButton {
             objectName: "backButton"
             visible: header.canGoBack
+            background: null
             icon.source: "../images/icon_back.png"
             icon.width: 22
             icon.height: 22

@@ -13,9 +13,8 @@ TabButton {
     icon.width: 24
     icon.height: 24
     icon.color: checked ? Theme.accent : Theme.faint
-    palette.brightText: Theme.accent
-    palette.windowText: Theme.faint
-    palette.buttonText: Theme.faint
+    palette.windowText: Theme.accent
+    palette.brightText: Theme.faint
     background: null
 
     Rectangle {

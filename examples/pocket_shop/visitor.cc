@@ -1,4 +1,4 @@
-#include "visitor/visitor.h"
+#include "visitor.h"
 
 void Visitor::visit() {
   signIn();

@@ -1,4 +1,4 @@
-#include "visitor/visit_record.h"
+#include "visit_record.h"
 
 #include <QDateTime>
 #include <QJsonDocument>

@@ -5,8 +5,8 @@
 #include <chrono>
 #include <set>
 
-#include "visitor/hands.h"
-#include "visitor/visit_record.h"
+#include "hands.h"
+#include "visit_record.h"
 
 class Visitor {
  public:

@@ -1,10 +1,10 @@
-#include "visitor/hands.h"
+#include "hands.h"
 
 #include <QElapsedTimer>
 #include <QQuickWindow>
 #include <QTest>
 
-#include "visitor/visit_record.h"
+#include "visit_record.h"
 
 namespace {
 
