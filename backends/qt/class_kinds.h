@@ -3,7 +3,9 @@
 
 #include <QMetaProperty>
 #include <cstdint>
+#include <optional>
 #include <string_view>
+#include <utility>
 
 #include "platform/view.h"
 
@@ -24,6 +26,7 @@ enum class Trait : std::uint8_t {
   button,      //
   cellMark,    // what an item view hangs on its delegates
   comboBox,    //
+  container,   // of pages or buttons, which it arranges by a list
   control,     // of Qt Quick: lays out a background and a content
   effect,      // paints other items once more
   flickable,   //
@@ -38,6 +41,7 @@ enum class Trait : std::uint8_t {
   mouseArea,   //
   pathView,    // a list whose cells stand in it
   pen,         //
+  popup,       // no item
   popupItem,   // stands for a popup, which is no item
   rectangle,   //
   spinBox,     //
@@ -47,7 +51,7 @@ enum class Trait : std::uint8_t {
   textInput,   //
   toolBar,     //
   opaque,      // of Widgets: holds what can't be walked
-  pages,       // a list of whole pages, such as a swipe view's
+  pages,       // a container of whole pages, which are swiped through
   scrollArea,  // of Widgets
   stack,       // of Widgets
   widget,      // of Widgets: the simplest
@@ -55,8 +59,6 @@ enum class Trait : std::uint8_t {
 
 /// What is read of Qt Quick's own classes, whose C++ side is not public.
 enum class Property : std::uint8_t {
-  acceptableInput,
-  border,
   color,
   contentItem,
   currentItem,
@@ -91,21 +93,19 @@ enum class Property : std::uint8_t {
 class ToolkitProperties {
  public:
   explicit ToolkitProperties(const QMetaObject& type);
-  /// `fallback` where the class has no such property or it is of another type.
+  /// Nothing where the class has no such property or it is of another type.
   template <typename T>
-  T read(const QObject& object, Property property, T fallback = {}) const;
+  std::optional<T> find(const QObject& object, Property property) const;
 
  private:
-  QVariant value(const QObject& object, Property property) const {
-    return properties_[static_cast<std::size_t>(property)].read(&object);
-  }
   QMetaProperty properties_[static_cast<std::size_t>(Property::count)];
 };
 
 template <typename T>
-T ToolkitProperties::read(const QObject& object, Property property, T fallback) const {
-  const QVariant found = value(object, property);
-  return found.isValid() && found.canConvert<T>() ? found.value<T>() : fallback;
+std::optional<T> ToolkitProperties::find(const QObject& object, Property property) const {
+  const QVariant found = properties_[static_cast<std::size_t>(property)].read(&object);
+  if (!found.isValid() || !found.canConvert<T>()) return std::nullopt;
+  return found.value<T>();
 }
 
 struct ClassFacts {
@@ -117,9 +117,13 @@ struct ClassFacts {
   const ToolkitProperties* properties = nullptr;  // null without a trait
 
   template <typename T>
+  std::optional<T> find(const QObject& object, Property property) const {
+    return properties != nullptr ? properties->find<T>(object, property) : std::nullopt;
+  }
+  /// `fallback` where there is none.
+  template <typename T>
   T read(const QObject& object, Property property, T fallback = {}) const {
-    return properties != nullptr ? properties->read<T>(object, property, std::move(fallback))
-                                 : fallback;
+    return find<T>(object, property).value_or(std::move(fallback));
   }
 };
 

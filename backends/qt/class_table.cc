@@ -34,6 +34,7 @@ constexpr KnownClass kClasses[] = {
     {"QQuickCanvasItem", ViewKind::image, Trait::image},
     {"QQuickCheckBox", ViewKind::control, Trait::button},
     {"QQuickComboBox", ViewKind::control, Trait::comboBox},
+    {"QQuickContainer", ViewKind::plain, Trait::container},
     {"QQuickControl", ViewKind::plain, Trait::control},
     {"QQuickDial", ViewKind::control, Trait::control},
     {"QQuickFlickable", ViewKind::scroll, Trait::flickable},
@@ -49,6 +50,7 @@ constexpr KnownClass kClasses[] = {
     {"QQuickPathView", ViewKind::list, Trait::pathView},
     {"QQuickPathViewAttached", ViewKind::other, Trait::cellMark},
     {"QQuickPen", ViewKind::other, Trait::pen},
+    {"QQuickPopup", ViewKind::other, Trait::popup},
     {"QQuickPopupItem", ViewKind::plain, Trait::popupItem},
     {"QQuickProgressBar", ViewKind::progress, Trait::none},
     {"QQuickRadioButton", ViewKind::control, Trait::button},
@@ -100,9 +102,8 @@ const KnownClass* knownClass(std::string_view name) {
 }
 
 const KnownClass* classNamedLike(std::string_view name) {
-  const auto found = std::ranges::find_if(kNameParts, [&](const KnownClass& part) {
-    return name.find(part.name) != std::string_view::npos;
-  });
+  const auto found = std::ranges::find_if(
+      kNameParts, [&](const KnownClass& part) { return name.ends_with(part.name); });
   return found != std::end(kNameParts) ? found : nullptr;
 }
 

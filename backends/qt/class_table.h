@@ -17,7 +17,7 @@ struct KnownClass {
 /// Null for a class that is not told apart.
 const KnownClass* knownClass(std::string_view name);
 
-/// For classes that are known only by what their names hold, be they Qt's or an app's.
+/// For classes that are known only by how their names end, be they Qt's or an app's.
 const KnownClass* classNamedLike(std::string_view name);
 
 }  // namespace zarn::qt

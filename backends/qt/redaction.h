@@ -1,5 +1,5 @@
 // What the app has said of its views, and what has been seen of them: private, secret, which kind
-// of text. The public side is in zarn/qt.h and in the QML module `Zarn`.
+// of text. The public side is in zarn/qt.h and in the QML module `Zarn` (qml_module.h).
 #pragma once
 
 #include <optional>
@@ -26,8 +26,5 @@ ObjectNote& noteFor(QObject& object);
 /// Whether a mark lies on the item itself, on the popup that it stands for, or, at the top of a
 /// window, on the window.
 bool isMarkedPrivate(const QQuickItem& item);
-
-/// Makes the QML module `Zarn` known: `Zarn.redact` and `Zarn.contentType` on any object. Once.
-void registerQmlModule();
 
 }  // namespace zarn::qt
