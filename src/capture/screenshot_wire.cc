@@ -45,6 +45,10 @@ std::string screenshotBody(const ScreenshotSubject& subject, const EncodedScreen
   return body;
 }
 
+bool isSuccess(int status) {
+  return status >= 200 && status <= 299;
+}
+
 std::optional<bool> readScreenshotCheck(const platform::HttpResult& result) {
   const auto* response = std::get_if<platform::HttpResponse>(&result);
   if (response == nullptr || !isSuccess(response->status)) return std::nullopt;
