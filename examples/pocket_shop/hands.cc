@@ -92,5 +92,5 @@ void Hands::scroll(const QString& name, int distance) {
 }
 
 void Hands::rest(std::chrono::milliseconds time) {
-  QTest::qWait(static_cast<int>(time.count()));
+  if (time.count() > 0) QTest::qWait(static_cast<int>(time.count()));
 }

@@ -32,7 +32,7 @@ class Hands {
   void type(const QString& field, const QString& text);
   /// Drags what is in the list or form of this name upwards, and waits until it has come to rest.
   void scroll(const QString& name, int distance);
-  /// Looks at things for so long.
+  /// Does nothing for so long.
   void rest(std::chrono::milliseconds time);
 
  private:

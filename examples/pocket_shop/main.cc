@@ -44,7 +44,7 @@ Options parse(const QCoreApplication& app) {
                      {"visit", "A visitor uses the app, and closes it."},
                      {"record", "What the visitor writes.", "file"},
                      {"pace", "How long the visitor looks at a screen.", "ms", "1800"},
-                     {"answer-after", "How long the shop's own server takes.", "ms", "1200"},
+                     {"answer-after", "How long the shop's own server takes.", "ms", "1000"},
                      {"open", "Opens and closes so many pages.", "count", "0"}});
   parser.process(app);
   ShopServer::instance().delay = milliseconds(parser.value("answer-after").toInt());

@@ -124,18 +124,20 @@ void Visitor::see(const QString& mark, const QString& name, const QString& state
                   const QString& by) {
   hands_.await(mark);
   record_.enter(name, state, by);
+  looking_.start();
   name_ = name + " " + state;
 }
 
 void Visitor::seeChange(const QString& mark, const QString& state) {
   hands_.await(mark);
   record_.become(state);
+  looking_.start();
   name_ = name_.section(' ', 0, -2) + " " + state;
 }
 
-/// What is known already is looked at less, and yet longer than a mere passing by.
 void Visitor::look() {
-  hands_.rest(known_.insert(name_).second ? pace_ : pace_ * 2 / 3);
+  const auto time = known_.insert(name_).second ? pace_ : pace_ / 4;
+  hands_.rest(time - std::chrono::milliseconds(looking_.elapsed()));
 }
 
 void Visitor::typeSecret(const QString& field, const QString& text) {

@@ -1,6 +1,7 @@
 // A visitor of the shop: signs in, looks around, buys, and closes the app.
 #pragma once
 
+#include <QElapsedTimer>
 #include <QString>
 #include <chrono>
 #include <set>
@@ -31,12 +32,14 @@ class Visitor {
            const QString& by = "tap");
   /// It has changed, which is known by `mark` again.
   void seeChange(const QString& mark, const QString& state);
+  /// Until it has been looked at for long enough.
   void look();
   void typeSecret(const QString& field, const QString& text);
 
   Hands hands_;
   VisitRecord& record_;
   const std::chrono::milliseconds pace_;
+  QElapsedTimer looking_;  // since it has come or changed
   QString name_;
   std::set<QString> known_;  // names and states
 };
