@@ -91,7 +91,8 @@ void writeWays(JsonOut& out, const ScreenWays& ways, const Nodes& shown) {
 
 using Session = std::pair<const ScreenVisit*, const ScreenVisit*>;  // its visits, the end excluded
 
-std::vector<Session> newestSessions(const std::vector<ScreenVisit>& visits) {
+// The one that was seen last comes first.
+std::vector<Session> sessionsOf(const std::vector<ScreenVisit>& visits) {
   std::vector<Session> sessions;
   const ScreenVisit* const end = visits.data() + visits.size();
   for (const ScreenVisit* at = visits.data(); at != end;) {
@@ -103,7 +104,6 @@ std::vector<Session> newestSessions(const std::vector<ScreenVisit>& visits) {
   std::stable_sort(sessions.begin(), sessions.end(), [](const Session& a, const Session& b) {
     return (a.second - 1)->enteredMs > (b.second - 1)->enteredMs;
   });
-  sessions.resize(std::min(sessions.size(), kMostSessions));
   return sessions;
 }
 
@@ -145,6 +145,7 @@ Reports::Result Reports::flow(const ReportScope& scope, std::string& error) {
   }
   const ScreenWays ways = waysOf(facts);
   const Nodes nodes = nodesOf(facts, ways);
+  const std::vector<Session> sessions = sessionsOf(facts.visits);
   const auto busier = [](const Node& a, const Node& b) { return a.busy() > b.busy(); };
   Nodes shown;
   JsonOut out;
@@ -152,6 +153,7 @@ Reports::Result Reports::flow(const ReportScope& scope, std::string& error) {
       .field("visit_count", facts.visits.size())
       .field("transition_count", facts.transitions.size())
       .field("screen_count", nodes.size())
+      .field("session_count", sessions.size())
       .key("screens")
       .array();
   for (const auto* node : firstOf(nodes, kMostScreens, busier)) {
@@ -161,7 +163,8 @@ Reports::Result Reports::flow(const ReportScope& scope, std::string& error) {
   out.end();
   writeWays(out, ways, shown);
   out.key("sessions").array();
-  for (const Session& each : newestSessions(facts.visits)) writeSession(out, each);
+  const std::size_t told = std::min(sessions.size(), kMostSessions);
+  for (std::size_t i = 0; i < told; ++i) writeSession(out, sessions[i]);
   return out.end().end().take();
 }
 

@@ -99,7 +99,8 @@ TEST(FlowReport, CountsWaysByVisitsAndTimesThemByTransitions) {
   CollectorProcess collector;
   shopVisit().sendTo(collector);
   const std::string all = collector.getJson("/api/collector/reports/flow?project=shop");
-  EXPECT_TRUE(has(all, R"({"visit_count":4,"transition_count":3,"screen_count":2,"screens":[)"
+  EXPECT_TRUE(has(all, R"({"visit_count":4,"transition_count":3,"screen_count":2,)"
+                       R"("session_count":1,"screens":[)"
                        R"({"name":"Home","views":1,"visits":3,"dwell_median_ms":4000,"taps":6,)"
                        R"("scrolls":3,"starts":1,"ends":1,"screenshot":null},{"name":"Cart",)"))
       << all;

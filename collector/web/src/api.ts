@@ -9,6 +9,7 @@ import type {
   PushReport,
   ReportScope,
 } from './report_types';
+import type { FlowReport, ScreensReport } from './screen_types';
 import type {
   BatchDetails,
   BatchRow,
@@ -82,12 +83,17 @@ export const api = {
   resumeProject: (project: string) => ask<Project>('POST', `${projectPath(project)}/resume`),
   resetProject: (project: string) => ask<Project>('DELETE', projectPath(project)),
   answers: (project: string) => ask<Answers>('GET', `${projectPath(project)}/answers`),
-  setAnswers: (project: string, answers: Answers) =>
+  setAnswers: (project: string, answers: Partial<Answers>) =>
     ask<Answers>('PUT', `${projectPath(project)}/answers`, answers),
   networkReport: (of: ReportScope) => ask<NetworkReport>('GET', `reports/network${query({ ...of })}`),
   linksReport: (of: ReportScope) => ask<LinksReport>('GET', `reports/links${query({ ...of })}`),
   pushReport: (of: ReportScope) => ask<PushReport>('GET', `reports/push${query({ ...of })}`),
   crashReport: (of: ReportScope) => ask<CrashReport>('GET', `reports/crashes${query({ ...of })}`),
+  screensReport: (of: ReportScope) => ask<ScreensReport>('GET', `reports/screens${query({ ...of })}`),
+  flowReport: (of: ReportScope) => ask<FlowReport>('GET', `reports/flow${query({ ...of })}`),
+  removeScreenshots: (project: string) =>
+    ask<{ removed: number }>('DELETE', `${projectPath(project)}/screenshots`),
+  screenshotPath: (sha256: string) => `${root}screenshots/${encodeURIComponent(sha256)}`,
   installations: () => ask<{ installations: Installation[] }>('GET', 'installations'),
   installation: (id: number) => ask<InstallationDetails>('GET', `installations/${id}`),
   switches: () => ask<Switches>('GET', 'faults'),

@@ -7,6 +7,8 @@ import './style/requests.css';
 import './style/projects.css';
 import './style/charts.css';
 import './style/reports.css';
+import './style/screens.css';
+import './style/flow.css';
 
 import { api } from './api';
 import { h, icon } from './dom';
@@ -16,17 +18,21 @@ import { connect, on, onConnection } from './live';
 import { batchesView } from './views/batches';
 import { crashesView } from './views/crashes';
 import { eventsView } from './views/events';
+import { flowView } from './views/flow';
 import { installationsView } from './views/installations';
 import { linksView } from './views/links';
 import { networkView } from './views/network';
 import { iconButton, paths } from './views/parts';
 import { projectsView } from './views/projects';
 import { pushView } from './views/push';
+import { screensView } from './views/screens';
 import { switchesView } from './views/switches';
 
 const pages: [string, string, () => HTMLElement][] = [
   ['events', 'Events', eventsView],
   ['batches', 'Batches', batchesView],
+  ['screens', 'Screens', screensView],
+  ['flow', 'Flow', flowView],
   ['network', 'Network', networkView],
   ['links', 'Links', linksView],
   ['push', 'Push', pushView],

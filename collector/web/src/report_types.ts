@@ -179,11 +179,14 @@ export interface LinkRule {
   answer: LinkAnswer | null;
 }
 
-/** What the endpoints for links, installs and push tokens answer in a project. */
+/** What the endpoints for links, installs, push tokens and screenshots answer in a project. */
 export interface Answers {
   links: LinkRule[];
   /** For links that no rule names; null: unresolved. */
   defaultLink: LinkAnswer | null;
   validation_status: string;
   register_status: number;
+  /** Null: as it is. */
+  screenshot_exists: boolean | null;
+  screenshot_status: number;
 }

@@ -63,7 +63,16 @@ export interface ExchangeRow {
   id: number;
   received_at: string;
   answered_at: string | null;
-  endpoint: 'init' | 'recovery' | 'config' | 'batch' | 'resolve' | 'validate' | 'register';
+  endpoint:
+    | 'init'
+    | 'recovery'
+    | 'config'
+    | 'batch'
+    | 'resolve'
+    | 'validate'
+    | 'register'
+    | 'screenshot_check'
+    | 'screenshot';
   project_id?: string;
   environment?: string;
   app?: string;

@@ -25,6 +25,7 @@ export async function startCollector(...more) {
   const send = async (method, path, body) => {
     const headers = { 'Content-Type': 'application/json', Accept: 'application/json' };
     if (/^\/api\/sdk\/(batch|config)/.test(path)) headers.Authorization = 'wk_test_shop';
+    if (path.startsWith('/api/sdk/screenshot')) headers.Authorization = 'Bearer wk_test_shop';
     const response = await fetch(address + path, {
       method,
       headers,

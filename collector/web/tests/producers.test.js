@@ -128,6 +128,8 @@ describe('reports', { timeout: 120_000 }, () => {
       defaultLink: null,
       validation_status: 'invalid_sig',
       register_status: 404,
+      screenshot_exists: null,
+      screenshot_status: 200,
     });
 
     const ask = (body) => collector.post('/api/sdk/link/resolve', body);

@@ -98,7 +98,7 @@ function rulePart(rule: LinkRule, remove: () => void): Part<LinkRule> {
 }
 
 // The fields of a whole set of answers. `change` is called when the set of fields has changed.
-function answersFields(answers: Answers, change: () => void): Part<Answers> {
+function answersFields(answers: Answers, change: () => void): Part<Partial<Answers>> {
   const rules: Part<LinkRule>[] = [];
   const list = h('div', { class: 'rules' });
   const addRule = (rule: LinkRule) => {
@@ -162,7 +162,7 @@ export function answersForm(): AnswersForm {
   let project = '';
   let kept: Answers | null = null;
   let baseline = '';
-  let fields: Part<Answers> | null = null;
+  let fields: Part<Partial<Answers>> | null = null;
   const title = h('small', { class: 'none' });
   const body = h('div', { class: 'answers-body' });
   const problem = h('p', { class: 'form-error', role: 'alert', hidden: true });

@@ -15,14 +15,19 @@ const asked: Record<string, string> = {
   resolve: 'link',
   validate: 'install',
   register: 'token',
+  screenshot_check: 'screenshot?',
+  screenshot: 'screenshot',
 };
 
-// What requests about links, installs and push tokens were answered; they bring no settings.
+// What requests about links, installs, tokens and screenshots were answered; they bring no settings.
 function answerText(row: ExchangeRow): string | null {
   const answer = isRecord(row.response) ? row.response : {};
   if (row.endpoint === 'resolve') return answer['resolved'] === true ? 'resolved' : 'not resolved';
   if (row.endpoint === 'validate') return briefly(answer['validation_status'] ?? 'not validated');
   if (row.endpoint === 'register') return row.status >= 200 && row.status < 300 ? 'taken' : 'not taken';
+  if (row.endpoint === 'screenshot_check')
+    return answer['exists'] === true ? 'exists' : answer['exists'] === false ? 'wanted' : 'not told';
+  if (row.endpoint === 'screenshot') return row.status >= 200 && row.status < 300 ? 'taken' : 'not taken';
   return null;
 }
 

@@ -85,7 +85,18 @@ const endpoints: Record<string, string[]> = {
   stale: ['config', 'init', 'recovery', 'all'],
   no_policy: ['recovery', 'init', 'config', 'all'],
 };
-const everyEndpoint = ['batch', 'init', 'recovery', 'config', 'resolve', 'validate', 'register', 'all'];
+const everyEndpoint = [
+  'batch',
+  'init',
+  'recovery',
+  'config',
+  'resolve',
+  'validate',
+  'register',
+  'screenshot_check',
+  'screenshot',
+  'all',
+];
 
 export function describe(fault: Fault): string {
   const share =
