@@ -8,6 +8,7 @@
 #include "platform/log.h"
 #include "qt/gui_thread.h"
 #include "qt/host.h"
+#include "qt/qml_module.h"
 #include "qt/request_hook.h"
 #include "zarn/qt.h"
 
@@ -60,6 +61,7 @@ void attachTo(QGuiApplication& app) {
   if (!platform::extendProcessHost(extendHost)) {
     return qWarning("[Zarn] attach came too late: call it before Zarn::configure");
   }
+  registerQmlModule();
   QObject::connect(&app, &QCoreApplication::aboutToQuit, [attached] { endLoop(*attached, true); });
   // Without a loop that ended, the windows may be gone already.
   QObject::connect(&app, &QObject::destroyed, [attached] { endLoop(*attached, false); });

@@ -1,17 +1,30 @@
 #include "qt/host.h"
 
 #include <QGuiApplication>
+#include <QQuickWindow>
+#include <QWidget>
 
 #include "qt/links.h"
 #include "qt/request_hook.h"
+#include "qt/screens.h"
 
 namespace zarn::qt {
+namespace {
+
+template <typename Window>
+platform::Screen rootScreenOf(Window& window) {
+  const ScreenRef root = rootOf(window);
+  return root ? root.screen() : platform::Screen();
+}
+
+}  // namespace
 
 QtHost::QtHost(platform::Host& plain, MainExecutor& main)
     : dispatch_(plain.dispatch, main),
       life_(plain.life, main),
       clipboard_(main),
       opener_(main, plain.opener),
+      windows_({.ofQuick = rootScreenOf<QQuickWindow>, .ofWidget = rootScreenOf<QWidget>}),
       services_{dispatch_,
                 plain.clock,
                 plain.random,
@@ -33,8 +46,8 @@ QtHost::QtHost(platform::Host& plain, MainExecutor& main)
                 plain.receipt,
                 plain.adNetwork,
                 opener_,
-                plain.screens,
-                plain.windows,
+                screens_,
+                windows_,
                 plain.input,
                 images_} {}
 

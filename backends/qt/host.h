@@ -13,7 +13,9 @@
 #include "qt/image_codec.h"
 #include "qt/life_events.h"
 #include "qt/main_executor.h"
+#include "qt/screen_events.h"
 #include "qt/url_opener.h"
+#include "qt/windows.h"
 
 class QGuiApplication;
 
@@ -51,6 +53,8 @@ class QtHost {
   QtLifeEvents life_;
   QtClipboard clipboard_;
   QtUrlOpener opener_;
+  QtScreenEvents screens_;
+  QtWindows windows_;
   QtImageCodec images_;
   std::unique_ptr<AppEvents> events_;  // lives on the thread of the user interface
   platform::Host services_;
