@@ -3,7 +3,10 @@
 # To build and run the library, the collector and the examples.
 build_packages=(build-essential cmake ninja-build ccache mold pkg-config ca-certificates
   libcurl4-openssl-dev libsqlite3-dev libssl-dev libpcre2-dev rapidjson-dev
-  libcpp-httplib-dev curl jq)
+  libcpp-httplib-dev curl jq
+  qt6-base-dev qt6-declarative-dev fonts-dejavu-core
+  qml6-module-qtquick{,-controls,-layouts,-templates,-window}
+  qml6-module-qtqml{,-models,-workerscript})
 # To test, measure and check it.
 check_packages=(git python3 libgtest-dev libbenchmark-dev clang-14 libclang-rt-14-dev
   clang-format-14 chromium iproute2 systemd-journal-remote)

@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "base/work_item_state.h"
+#include "zarn/export.h"
 
 namespace zarn::base {
 namespace {
@@ -257,11 +258,13 @@ WorkItem SerialQueue::asyncAfter(const std::shared_ptr<State>& state, Duration d
   return WorkItem(std::move(work));
 }
 
-SerialQueue::Poster SerialQueue::poster() const {
+// A backend that is a library of its own posts through these two: with a copy of this file it would
+// run items outside of their queue's turns.
+ZARN_API SerialQueue::Poster SerialQueue::poster() const {
   return Poster(state_);
 }
 
-void SerialQueue::Poster::async(Closure item) const {
+ZARN_API void SerialQueue::Poster::async(Closure item) const {
   if (const auto state = state_.lock()) state->add(std::move(item));
 }
 
