@@ -1,0 +1,134 @@
+// What began before an opt-out, a reset or a pause is told neither then nor later, and what the
+// user does while nothing may be collected is not even looked at.
+#include <gtest/gtest.h>
+
+#include "capture/capture_world.h"
+
+namespace zarn::capture {
+namespace {
+
+using model::EventType;
+using Names = std::vector<std::string>;
+
+class CaptureBoundariesTest : public ::testing::Test, protected CaptureWorld {
+ protected:
+  struct Boundary {
+    const char* name;
+    std::function<void()> pass;
+  };
+  std::vector<Boundary> all() {
+    return {{"opt-out and opt-in",
+             [this] {
+               optOut();
+               optIn();
+             }},
+            {"reset", [this] { reset(); }},
+            {"pause", [this] {
+               pause();
+               resume();
+             }}};
+  }
+  Names visits() const {
+    Names names;
+    for (const auto& visit : events(EventType::screenVisit)) names.push_back(visit.name);
+    return names;
+  }
+  void begin() {
+    start();
+    told.clear();
+    flushes = 0;
+    clock.advance(base::seconds(10));
+  }
+};
+
+TEST_F(CaptureBoundariesTest, EndsVisitsAndTransitionsThatBeganBefore) {
+  const Page home = page("Home", 1);
+  const Page cart = page("Cart", 2);
+  const Page pay = page("Payment", 3);
+  for (const Boundary& boundary : all()) {
+    SCOPED_TRACE(boundary.name);
+    begin();
+    ui.screens.appear(home.screen);
+    clock.advance(base::seconds(5));
+    ui.screens.appear(cart.screen);
+    ui.input.tap(cart.button);
+    boundary.pass();
+    ui.input.tap(cart.button);
+    clock.advance(base::seconds(5));
+    ui.screens.appear(pay.screen);
+    EXPECT_TRUE(events(EventType::screenTransition).empty());
+    ui.input.tap(pay.button);
+    clock.advance(base::seconds(1));
+    ui.screens.appear(home.screen);
+    EXPECT_EQ(events(EventType::screenTransition).size(), 1u);
+    background();
+    EXPECT_EQ(visits(), (Names{"Payment", "Home"}));
+    EXPECT_EQ(flushes, 1);
+  }
+}
+
+TEST_F(CaptureBoundariesTest, ABoundaryInTheMiddleOfAnArrivalVoidsTheVisit) {
+  const Page home = page("Home", 1);
+  for (const Boundary& boundary : all()) {
+    SCOPED_TRACE(boundary.name);
+    begin();
+    // The boundaries have been read, the visit is not there yet.
+    random.beforeFill = boundary.pass;
+    ui.screens.appear(home.screen);
+    ASSERT_FALSE(random.beforeFill);
+    background();
+    EXPECT_EQ(visits(), Names{});
+    EXPECT_EQ(flushes, 0);
+  }
+}
+
+TEST_F(CaptureBoundariesTest, LooksAtNothingThatMayNotBeCollected) {
+  const Page home = page("Home", 1);
+  const Page cart = page("Cart", 2);
+  for (const bool isOptOut : {true, false}) {
+    SCOPED_TRACE(isOptOut);
+    begin();
+    ui.screens.appear(home.screen);
+    ui.screens.layOut(home.screen);
+    clock.advance(base::seconds(5));
+    dispatch.runUntilIdle();
+    told.clear();
+    crumbs.clear();
+    offers.clear();
+    isOptOut ? optOut() : pause();
+    const int asked = ui.questions();
+    ui.screens.appear(cart.screen);
+    ui.screens.layOut(cart.screen);
+    ui.input.tap(cart.button);
+    ui.input.beginScroll(cart.button);
+    ui.input.endScroll(cart.button);
+    capture->screenView("Manual", {});
+    dispatch.advance(5.0);
+    EXPECT_EQ(ui.questions(), asked);
+    EXPECT_EQ(crumbs.size(), 1u) << "the host's own";
+    isOptOut ? optIn() : resume();
+    background();
+    EXPECT_EQ(names(), (Names{"app_background"}));
+    EXPECT_TRUE(offers.empty());
+  }
+}
+
+TEST_F(CaptureBoundariesTest, AnAppThatStartsOptedOutBeginsWithTheOptIn) {
+  const Page home = page("Home", 1);
+  mayCollect = false;
+  start({}, false);
+  optIn();
+  told.clear();
+  ui.screens.appear(home.screen);
+  background();
+  EXPECT_EQ(visits(), (Names{"Home"}));
+  reset();
+  optOut();
+  reset();  // an identity is also renewed while opted out; the recording stays off
+  told.clear();
+  background();
+  EXPECT_EQ(visits(), Names{});
+}
+
+}  // namespace
+}  // namespace zarn::capture
