@@ -26,6 +26,8 @@ constexpr NamedClass kClasses[] = {
     {"QQuickPage", ItemClass::page},
     {"QQuickItemView", ItemClass::cells},
     {"QQuickTableView", ItemClass::cells},
+    {"QQuickFlickable", ItemClass::flickable},
+    {"QQuickMouseArea", ItemClass::mouseArea},
     {"QQuickText", ItemClass::text},
     {"QQuickAbstractButton", ItemClass::button},
     {"QQuickRepeater", ItemClass::repeater},

@@ -19,7 +19,9 @@ enum class ItemClass : std::uint8_t {
   popup,    // the item that a popup shows itself by
   overlay,  // where popups lie
   tabBar,
-  cells,  // a view over a model
+  cells,      // scrolls over what a model has
+  flickable,  // scrolls over anything else
+  mouseArea,
   text,
   button,
   repeater,

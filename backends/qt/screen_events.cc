@@ -2,6 +2,7 @@
 
 #include <QGuiApplication>
 
+#include "qt/gui_thread.h"
 #include "qt/screen_hooks.h"
 
 namespace zarn::qt {
@@ -24,6 +25,7 @@ QtScreenEvents::QtScreenEvents() = default;
 QtScreenEvents::~QtScreenEvents() = default;
 
 ScreenHooks* QtScreenEvents::hooks() {
+  if (!onGuiThread()) return nullptr;  // the loop has ended, or has not been found
   if (hooks_.isNull() && qGuiApp != nullptr) hooks_ = new ScreenHooks(*qGuiApp);
   return hooks_;
 }

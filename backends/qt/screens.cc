@@ -1,6 +1,5 @@
 #include "qt/screens.h"
 
-#include <QApplication>
 #include <QColorDialog>
 #include <QDialog>
 #include <QErrorMessage>
@@ -14,6 +13,7 @@
 #include <QWidget>
 #include <unordered_map>
 
+#include "qt/input_hit.h"
 #include "qt/quick_screens.h"
 #include "qt/widget_screens.h"
 
@@ -34,15 +34,6 @@ bool isStandardDialog(const QWidget& window) {
          qobject_cast<const QFontDialog*>(&window) != nullptr ||
          qobject_cast<const QErrorMessage*>(&window) != nullptr ||
          window.inherits("QAbstractPrintDialog");
-}
-
-QWidget* widgetIn(const QWindow& window) {
-  if (qobject_cast<QApplication*>(QCoreApplication::instance()) == nullptr) return nullptr;
-  const auto tops = QApplication::topLevelWidgets();
-  for (QWidget* const widget : tops) {
-    if (widget->windowHandle() == &window) return widget;
-  }
-  return nullptr;
 }
 
 /// Objects by address, forgotten some time after their death.

@@ -1,0 +1,196 @@
+#include "qt/input_hit.h"
+
+#include <QApplication>
+#include <QPointerEvent>
+#include <QQuickItem>
+#include <QQuickWindow>
+#include <QWidget>
+#include <algorithm>
+
+#include "qt/class_kinds.h"
+#include "qt/quick_views.h"
+#include "qt/screen_classes.h"
+#include "qt/widget_views.h"
+
+namespace zarn::qt {
+namespace {
+
+constexpr int kMaxDepth = 96;
+constexpr int kBudget = 4000;  // items
+constexpr int kMostAncestors = 64;
+
+bool hasModalPopup(const QQuickItem& overlay) {
+  const auto popups = overlay.childItems();
+  return std::any_of(popups.begin(), popups.end(), [](const QQuickItem* item) {
+    return itemClass(*item) == ItemClass::popup && item->isVisible() && item->parent() != nullptr &&
+           toolkitProperty(*item->parent(), "modal").toBool();
+  });
+}
+
+// Texts take presses for the sake of the links that they might hold.
+bool takesPresses(QQuickItem& item) {
+  switch (itemClass(item)) {
+    case ItemClass::text:
+      return false;
+    case ItemClass::overlay:
+      return hasModalPopup(item);
+    default:
+      break;
+  }
+  if (item.acceptedMouseButtons() != Qt::NoButton || item.acceptTouchEvents()) return true;
+  return quickView(&item).facts().hasTapGesture;
+}
+
+struct HitSearch {
+  bool onlyTouched = true;
+  int budget = kBudget;
+
+  // In the order in which presses are delivered: from the front to the back.
+  QQuickItem* find(QQuickItem& item, QPointF point, int depth) {
+    if (!item.isVisible() || --budget < 0 || depth > kMaxDepth) return nullptr;
+    if (onlyTouched && !item.isEnabled()) return nullptr;
+    const bool isInside = item.contains(point);
+    if (item.clip() && !isInside) return nullptr;
+    const QList<QQuickItem*> children = item.childItems();
+    if (QQuickItem* const hit = findIn(children, item, point, depth, true)) return hit;
+    if (isInside && (onlyTouched ? takesPresses(item) : depth > 0)) return &item;
+    return findIn(children, item, point, depth, false);
+  }
+
+  // Children behind their parent are those with a negative z. Siblings are few that overlap: the
+  // raised ones first, by one pass for each height there is.
+  QQuickItem* findIn(const QList<QQuickItem*>& children, const QQuickItem& parent, QPointF point,
+                     int depth, bool inFront) {
+    double below = std::numeric_limits<double>::infinity();
+    while (true) {
+      double height = -std::numeric_limits<double>::infinity();
+      for (const QQuickItem* const child : children) {
+        if ((child->z() >= 0) == inFront && child->z() < below)
+          height = std::max(height, child->z());
+      }
+      if (height == -std::numeric_limits<double>::infinity()) return nullptr;
+      for (qsizetype i = children.size() - 1; i >= 0; --i) {
+        QQuickItem& child = *children[i];
+        if (child.z() != height) continue;
+        if (QQuickItem* const hit = find(child, child.mapFromItem(&parent, point), depth + 1)) {
+          return hit;
+        }
+      }
+      below = height;
+    }
+  }
+};
+
+bool isOperable(const platform::ViewFacts& facts) {
+  return (facts.isControl || facts.hasTapGesture) && !facts.isDisabled && !facts.acceptsTextInput;
+}
+
+// What keeps a press from reaching whatever lies behind it.
+bool stopsPresses(const QQuickItem& item) {
+  switch (itemClass(item)) {
+    case ItemClass::page:
+    case ItemClass::popup:
+    case ItemClass::overlay:
+    case ItemClass::cells:
+    case ItemClass::flickable:
+      return true;
+    default:
+      return false;
+  }
+}
+
+// An area that makes the whole of what it lies in operable stands for that.
+QQuickItem* faceOf(QQuickItem* area) {
+  QQuickItem* const parent = area->parentItem();
+  const bool isArea = itemClass(*area) == ItemClass::mouseArea;
+  const bool fills = isArea && parent != nullptr && !stopsPresses(*parent) &&
+                     area->width() == parent->width() && area->height() == parent->height();
+  return fills && parent->parentItem() != nullptr ? parent : area;
+}
+
+QQuickItem* controlFrom(QQuickItem* item) {
+  for (int i = 0; item != nullptr && i < kMostAncestors; item = item->parentItem(), ++i) {
+    const platform::ViewFacts facts = quickView(item).facts();
+    if (facts.acceptsTextInput) return nullptr;
+    if (isOperable(facts)) return faceOf(item);
+    if (stopsPresses(*item)) return nullptr;
+  }
+  return nullptr;
+}
+
+QWidget* controlFrom(QWidget* widget) {
+  for (int i = 0; widget != nullptr && i < kMostAncestors; widget = widget->parentWidget(), ++i) {
+    const platform::ViewFacts facts = widgetView(widget).facts();
+    if (facts.acceptsTextInput) return nullptr;
+    if (isOperable(facts)) return widget;
+    if (widget->isWindow()) return nullptr;
+  }
+  return nullptr;
+}
+
+// The item that holds the press, directly or by a handler.
+QQuickItem* grabberOf(QPointerEvent& release) {
+  QObject* grabber =
+      release.pointCount() > 0 ? release.exclusiveGrabber(release.point(0)) : nullptr;
+  if (grabber != nullptr && !grabber->isQuickItemType()) grabber = grabber->parent();
+  return qobject_cast<QQuickItem*>(grabber);
+}
+
+bool isFlickable(const QQuickItem& item) {
+  return itemClass(item) == ItemClass::cells || itemClass(item) == ItemClass::flickable;
+}
+
+}  // namespace
+
+QQuickItem* touchedItem(QQuickItem& root, QPointF point) {
+  return HitSearch{.onlyTouched = true}.find(root, point, 0);
+}
+
+QQuickItem* seenItem(QQuickItem& root, QPointF point) {
+  return HitSearch{.onlyTouched = false}.find(root, point, 0);
+}
+
+QWidget* touchedWidget(QWidget& window, QPointF point) {
+  if (!window.rect().contains(point.toPoint())) return nullptr;
+  QWidget* const child = window.childAt(point.toPoint());
+  return child != nullptr ? child : &window;
+}
+
+QWidget* widgetIn(const QWindow& window) {
+  if (qobject_cast<QApplication*>(QCoreApplication::instance()) == nullptr) return nullptr;
+  const auto tops = QApplication::topLevelWidgets();
+  for (QWidget* const widget : tops) {
+    if (widget->windowHandle() == &window) return widget;
+  }
+  return nullptr;
+}
+
+QObject* controlAt(QWindow& window, QPointF point) {
+  if (auto* const quick = qobject_cast<QQuickWindow*>(&window)) {
+    return controlFrom(touchedItem(*quick->contentItem(), point));
+  }
+  QWidget* const widget = widgetIn(window);
+  return widget != nullptr ? controlFrom(touchedWidget(*widget, point)) : nullptr;
+}
+
+QObject* operatedControl(QObject* pressed, QPointerEvent& release, QPointF point) {
+  if (pressed == nullptr) return nullptr;
+  if (auto* const widget = qobject_cast<QWidget*>(pressed)) {
+    const QPoint local = widget->mapFrom(widget->window(), point.toPoint());
+    return widget->isVisible() && widget->rect().contains(local) ? widget : nullptr;
+  }
+  auto* const control = qobject_cast<QQuickItem*>(pressed);
+  if (control == nullptr || !control->isVisible() || !control->isEnabled()) return nullptr;
+  if (!control->contains(control->mapFromScene(point))) return nullptr;
+  const QQuickItem* const grabber = grabberOf(release);
+  if (grabber == nullptr) {
+    // Only handlers of taps do without.
+    return quickView(control).facts().hasTapGesture ? control : nullptr;
+  }
+  // A flickable may hold back a press for a while, and has it all to itself once it moves.
+  const bool isWaiting = isFlickable(*grabber) && !toolkitProperty(*grabber, "moving").toBool();
+  const bool isIts = grabber == control || control->isAncestorOf(grabber);
+  return isIts || isWaiting ? control : nullptr;
+}
+
+}  // namespace zarn::qt
