@@ -112,7 +112,8 @@ describe('screens', { timeout: 120_000 }, () => {
       await way('Product', 'Cart').locator('title').textContent(),
       'Product to Cart: 4 times, 300 ms from tap to arrival',
     );
-    const kind = async (from, to) => (await way(from, to).getAttribute('class')).match(/onward|back|beside/)[0];
+    const kind = async (from, to) =>
+      (await way(from, to).getAttribute('class')).match(/onward|back|beside/)[0];
     assert.equal(await kind('Cart', 'Checkout'), 'onward');
     assert.equal(await kind('Thank you', 'Home'), 'back');
     const wide = async (from, to) =>

@@ -59,6 +59,7 @@ function node(box: Box): SVGElement {
       href: `#/screens?screen=${encodeURIComponent(screen.name)}`,
       class: 'flow-node',
       'data-screen': screen.name,
+      'data-key': `screen ${screen.name}`,
       'aria-label': screenWords(screen),
     },
     svg('title', {}, screenWords(screen)),

@@ -108,6 +108,7 @@ function gallery(report: ScreensReport, open: (screen: Screen) => void): Node[] 
 export function screensView(): HTMLElement {
   let screens: Screen[] = [];
   let chosen = '';
+  let barShown = '';
   const bar = h('div', {});
   const room = h('div', { class: 'scroller gallery-room' });
   const detail = h('aside', { class: 'card detail', 'aria-label': 'Screen' });
@@ -115,7 +116,8 @@ export function screensView(): HTMLElement {
 
   const select = (name: string) => {
     chosen = name;
-    setHashParameter('screen', name);
+    // A report may come when the reader is on another page already.
+    if (location.hash.startsWith('#/screens')) setHashParameter('screen', name);
     const screen = screens.find((each) => each.name === name);
     element.classList.toggle('inspecting', screen !== undefined);
     replaceKeeping(
@@ -156,8 +158,11 @@ export function screensView(): HTMLElement {
     },
     show({ report, answers }, { project }) {
       screens = report.screens;
-      const pictures = screens.reduce((sum, each) => sum + each.screenshots.length, 0);
-      replaceKeeping(bar, [pictureBar(pictures + report.other_screenshots.length, project, answers)]);
+      const pictures =
+        report.other_screenshots.length + screens.reduce((sum, each) => sum + each.screenshots.length, 0);
+      const wanted = JSON.stringify([pictures, project, answers?.screenshot_exists]);
+      if (wanted !== barShown) replaceKeeping(bar, [pictureBar(pictures, project, answers)]);
+      barShown = wanted;
       replaceKeeping(room, gallery(report, open));
       select(hashParameter('screen') ?? chosen);
     },
