@@ -7,6 +7,7 @@
 #include <algorithm>
 
 #include "qt/class_kinds.h"
+#include "qt/gui_thread.h"
 #include "qt/quick_facts.h"
 #include "qt/quick_texts.h"
 #include "qt/text.h"
@@ -128,7 +129,7 @@ void QuickViews::eachVisibleCell(Node node, Visit visit) {
 std::unique_ptr<platform::ViewToolkit::WeakNode> QuickViews::weak(Node node) {
   struct Weak final : WeakNode {
     explicit Weak(QQuickItem* item) : item_(item) {}
-    Node lock() const override { return item_.data(); }
+    Node lock() const override { return onGuiThread() ? item_.data() : nullptr; }
     QPointer<QQuickItem> item_;
   };
   return std::make_unique<Weak>(&itemAt(node));

@@ -11,6 +11,7 @@
 
 #include "base/function_ref.h"
 #include "platform/screen.h"
+#include "qt/gui_thread.h"
 
 class QQuickWindow;
 class QWidget;
@@ -60,7 +61,9 @@ template <typename T>
 class WeakScreenNode final : public platform::ScreenToolkit::WeakNode {
  public:
   explicit WeakScreenNode(T* object) : object_(object) {}
-  platform::ScreenToolkit::Node lock() const override { return object_.data(); }
+  platform::ScreenToolkit::Node lock() const override {
+    return onGuiThread() ? object_.data() : nullptr;
+  }
 
  private:
   QPointer<T> object_;

@@ -10,6 +10,7 @@
 
 #include "qt/appearance.h"
 #include "qt/class_kinds.h"
+#include "qt/gui_thread.h"
 #include "qt/text.h"
 #include "qt/widget_facts.h"
 
@@ -127,7 +128,7 @@ base::Rect WidgetViews::convert(base::Rect rect, Node from, Node to) {
 std::unique_ptr<platform::ViewToolkit::WeakNode> WidgetViews::weak(Node node) {
   struct Weak final : WeakNode {
     explicit Weak(QWidget* widget) : widget_(widget) {}
-    Node lock() const override { return widget_.data(); }
+    Node lock() const override { return onGuiThread() ? widget_.data() : nullptr; }
     QPointer<QWidget> widget_;
   };
   return std::make_unique<Weak>(&widgetAt(node));

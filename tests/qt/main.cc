@@ -3,6 +3,8 @@
 
 #include <QApplication>
 
+#include "qt/gui_thread.h"
+
 int main(int argc, char** argv) {
   ::testing::InitGoogleTest(&argc, argv);
   qputenv("QT_QPA_PLATFORM", "offscreen");
@@ -10,5 +12,6 @@ int main(int argc, char** argv) {
   // The look that needs no further package, and no settings of the user's.
   qputenv("QT_QUICK_CONTROLS_STYLE", "Basic");
   QApplication app(argc, argv);
+  zarn::qt::noteGuiThread();
   return RUN_ALL_TESTS();
 }
