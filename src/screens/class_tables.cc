@@ -180,7 +180,8 @@ constexpr std::string_view kSystemOverlayPartsTable[] = {
     "_UIBarBackground", "DragPreview",
     "_UIContextMenu",   "_UIAlertController",
     "_UIRemoteView",    "_UIPreviewInteraction",
-    "SnapshotView",     "TextEffectsWindow"};
+    "SnapshotView",     "TextEffectsWindow",
+    "ScrollBar",        "ScrollIndicator"};
 
 constexpr std::string_view kLoadingPartsTable[] = {
     "ProgressView", "ActivityIndicator", "Placeholder", "Redacted", "Skeleton", "Shimmer"};

@@ -20,7 +20,7 @@ extern const Words kHostedTypeNoiseSuffixes;
 extern const Words kHostedTypePreferredSuffixes;  // the better ones first
 
 // Found anywhere in the class text of a view.
-extern const Words kSystemOverlayParts;
+extern const Words kSystemOverlayParts;  // they come and go over what the app shows
 extern const Words kLoadingParts;
 extern const Words kListParts;  // of a scroll view
 extern const Words kRowParts;

@@ -9,7 +9,7 @@
 namespace zarn::screens {
 
 struct ClassTraits {
-  bool isSystemOverlay = false;  // the system's own, over the app's screens
+  bool isSystemOverlay = false;  // comes and goes over what the app shows
   bool isWrapper = false;        // stands for its only child
   bool looksLoading = false;
   bool looksLikeList = false;  // if it scrolls

@@ -102,10 +102,11 @@ bool hasControl(const ViewTree& tree, Index index) {
 }
 
 /// It lies over the list and is meant for it: bars and a round button at the edge are not.
-bool overlays(const ViewTree::Node& node, const base::Rect& list, const platform::View& root) {
+bool overlays(const ViewTree& tree, Index index, const base::Rect& list) {
   constexpr double kEdge = 0.125;  // share of the width, on either side
-  if (node.facts.kind == Kind::tabBar || node.facts.kind == Kind::navigationBar) return false;
-  const base::Rect common = node.view.rectIn(root).intersected(list);
+  const Kind kind = tree[index].facts.kind;
+  if (kind == Kind::tabBar || kind == Kind::navigationBar) return false;
+  const base::Rect common = tree.rect(index).intersected(list);
   const double middle = common.x + common.width / 2 - list.x;
   return !common.isEmpty() && middle >= list.width * kEdge && middle <= list.width * (1 - kEdge);
 }
@@ -114,12 +115,11 @@ ScreenState stateOfEmptyList(const ViewTree& tree, Index list) {
   Index shown = list;  // with the wrappers around it
   while (shown != 0 && tree.hasOneChild(tree[shown].parent)) shown = tree[shown].parent;
   if (shown == 0) return ScreenState::empty;
-  const platform::View& root = tree[0].view;
-  const base::Rect place = tree[shown].view.rectIn(root);
+  const base::Rect place = tree.rect(shown);
   ScreenState state = ScreenState::empty;
   tree.eachChild(tree[shown].parent, [&](Index sibling) {
     if (sibling == shown || !hasControl(tree, sibling)) return true;
-    if (!overlays(tree[sibling], place, root)) return true;
+    if (!overlays(tree, sibling, place)) return true;
     state = ScreenState::error;
     return false;
   });

@@ -60,6 +60,13 @@ bool isClosed(const ViewTree::Node& node) {
   }
 }
 
+/// A spinner that rests, or an empty place.
+bool isUnseen(const ViewTree::Node& node, Index index) {
+  if (node.facts.kind == platform::ViewKind::activityIndicator) return !node.facts.isAnimating;
+  const bool isEmpty = node.end == index + 1;
+  return isEmpty && node.facts.drawsNothing && roleOf(node.facts) == SemanticRole::container;
+}
+
 class Hasher {
  public:
   explicit Hasher(ViewTree& tree) : tree_(tree) {}
@@ -69,11 +76,8 @@ class Hasher {
     // The root is in sight by itself, whatever it is called.
     if (index != 0 && node.traits.isSystemOverlay) return kNothing;
     if (node.isWrapper() && tree_.hasOneChild(index)) return hash(index + 1);
-    const bool hasChildren = node.end != index + 1;
+    if (index != 0 && isUnseen(node, index)) return kNothing;
     const SemanticRole role = roleOf(node.facts);
-    if (role == SemanticRole::container && node.facts.drawsNothing && !hasChildren && index != 0) {
-      return kNothing;
-    }
     std::uint64_t folded = (static_cast<std::uint64_t>(role) ^ kOffsetBasis) * kPrime;
     if (node.depth < kDeepest && !isClosed(node)) foldChildren(index, folded);
     return mixed(folded);

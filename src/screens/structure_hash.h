@@ -28,8 +28,8 @@ SemanticRole roleOf(const platform::ViewFacts& facts);
 ///
 /// - The order of views counts. Neighbours of one shape that hold others count once, and so do the
 ///   rows of a list that are made alike, whatever their order.
-/// - Wrappers are looked through. What draws nothing and holds nothing doesn't count, nor do the
-///   inner parts of fields and controls, which change while they are used.
+/// - Wrappers are looked through. What draws nothing and holds nothing doesn't count, nor does a
+///   spinner that rests, nor do the inner parts of fields and controls, which change in use.
 /// - Twelve levels deep; below that, it doesn't matter what a view holds.
 std::uint64_t structureHash(ViewTree& tree);
 

@@ -47,7 +47,7 @@ class TopLabelSearch {
 
  private:
   void consider(Index index) {
-    const double y = tree_[index].view.rectIn(tree_[0].view).y;
+    const double y = tree_.rect(index).y;
     const double pointSize = tree_[index].view.font().pointSize;
     const bool isBetter =
         text_.empty() || pointSize > pointSize_ || (pointSize == pointSize_ && y < y_);
@@ -87,10 +87,12 @@ std::string bestTopLabel(ViewTree& tree) {
   if (!(height > 0)) return best;
   for (Index i = 0; i < tree.size(); ++i) {
     if (!isLabel(tree, i)) continue;
-    const double y = tree[i].view.rectIn(tree[0].view).y;
-    if (!(y >= 0 && y <= height / 3)) continue;
     const platform::Font font = tree[i].view.font();
-    const double score = font.pointSize * weightFactor(font) * (1 - y / height);
+    const double mostScore = font.pointSize * weightFactor(font);
+    if (!(mostScore >= bestScore)) continue;
+    const double y = tree.rect(i).y;
+    if (!(y >= 0 && y <= height / 3)) continue;
+    const double score = mostScore * (1 - y / height);
     // Of equals, the one that is nearer to the root.
     const bool isBetter = score > bestScore || (score == bestScore && tree[i].depth < bestDepth);
     if (!isBetter) continue;

@@ -67,6 +67,11 @@ class ViewTree {
     return of + 1 < nodes_[of].end && nodes_[of + 1].end == nodes_[of].end;
   }
 
+  /// In the root's coordinates.
+  base::Rect rect(Index index) const {
+    const base::Size size = nodes_[index].facts.size;
+    return nodes_[index].view.convert({0, 0, size.width, size.height}, nodes_[0].view);
+  }
   /// Whether it is neither masked nor inside of a view that is, nor inside of a field.
   bool mayRead(Index index);
   /// Filtered; empty when it may not be read, and of a field, whose text is the user's.
