@@ -146,6 +146,7 @@ bool FakeWindows::draw(const platform::View& window, double maxWidth, platform::
   into.pixels.assign(
       static_cast<std::size_t>(into.width) * static_cast<std::size_t>(into.height) * 4, 255);
   Painter{into}.paint(*top, Transform{1, 0, 0, 1, -frame.x, -frame.y}, 1);
+  if (afterDraw) afterDraw();
   return true;
 }
 
@@ -214,6 +215,7 @@ std::optional<std::string> FakeImageCodec::encodeJpeg(const platform::Bitmap& bi
   if (fails) return std::nullopt;
   std::string bytes = std::to_string(bitmap.width) + " " + std::to_string(bitmap.height) + "\n";
   bytes.append(bitmap.pixels.begin(), bitmap.pixels.end());
+  last = bytes;
   return bytes;
 }
 

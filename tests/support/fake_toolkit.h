@@ -67,6 +67,7 @@ struct FakeNode {
   FakeNode* parent = nullptr;
   bool isWindow = false;
   bool isDead = false;
+  bool wasSecure = false;   // at an earlier look
   std::uint32_t color = 0;  // 0xRRGGBB, its own
 
   void add(NodePtr child);
@@ -141,6 +142,7 @@ class FakeWindows final : public platform::Windows {
   std::vector<ScreenPtr> roots;
   std::vector<std::function<void()>> listeners;
   std::function<void()> duringDraw;  // what happens while the picture is taken
+  std::function<void()> afterDraw;   // and what follows at once
   bool drawsNothing = false;
   int draws = 0;
 
@@ -175,6 +177,7 @@ class FakeImageCodec final : public platform::ImageCodec {
   std::optional<std::string> encodeJpeg(const platform::Bitmap& bitmap, double quality) override;
   static platform::Bitmap decode(const std::string& bytes);
   std::vector<double> qualities;
+  std::string last;  // the "file" made last
   bool fails = false;
 };
 
