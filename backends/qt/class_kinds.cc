@@ -64,13 +64,18 @@ std::string_view shortName(std::string_view name) {
   return name;
 }
 
+/// A class of Qt's own, in C++.
+bool isQtClass(std::string_view name) {
+  return !isQmlType(name) && name.starts_with('Q') && startsUpperCase(name.substr(1));
+}
+
 /// A class of Qt's, or a style's file that has the name of the class which it gives a look.
 bool isToolkits(const QMetaObject& type) {
   const std::string_view text = shortName(type.className());
   for (const QMetaObject* at = &type; at != nullptr; at = at->superClass()) {
     const std::string_view name = at->className();
     if (shortName(name) != text) return false;
-    if (!isQmlType(name)) return name.front() == 'Q' && startsUpperCase(name.substr(1));
+    if (!isQmlType(name)) return isQtClass(name);
   }
   return false;
 }
@@ -91,12 +96,15 @@ const KnownClass* known(const QMetaObject& type, const QMetaObject** owner) {
   return byName;
 }
 
+/// Of the class of Qt's that `type` is or stands on; those are never unloaded.
 const ToolkitProperties* propertiesOf(const QMetaObject& type) {
-  // Qt's own classes are never unloaded.
   static auto& all =
       *new std::unordered_map<const QMetaObject*, std::unique_ptr<ToolkitProperties>>;
-  auto& own = all[&type];
-  if (!own) own = std::make_unique<ToolkitProperties>(type);
+  const QMetaObject* qtClass = &type;
+  while (qtClass != nullptr && !isQtClass(qtClass->className())) qtClass = qtClass->superClass();
+  if (qtClass == nullptr) return nullptr;
+  auto& own = all[qtClass];
+  if (!own) own = std::make_unique<ToolkitProperties>(*qtClass);
   return own.get();
 }
 
@@ -125,9 +133,7 @@ Entry describe(const QMetaObject& type) {
     facts.kind = found->kind;
     facts.trait = found->trait;
     facts.isBare = owner == &type && found->kind == platform::ViewKind::plain;
-    if (found->trait != Trait::none && owner != nullptr) {
-      facts.properties = propertiesOf(*owner);
-    }
+    if (found->trait != Trait::none) facts.properties = propertiesOf(type);
   }
   return entry;
 }

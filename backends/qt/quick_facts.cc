@@ -98,11 +98,9 @@ bool drawsNothing(const QQuickItem& item, const ClassFacts& type, ViewKind kind)
 }
 
 constexpr qsizetype kMostHanging = 256;
-constexpr int kForever = -2;
-
 bool isRunningForever(const QObject& animation, const ClassFacts& type) {
   return type.read<bool>(animation, Property::running) &&
-         type.read<int>(animation, Property::loops, 1) == kForever;
+         type.read<int>(animation, Property::loops, 1) < 0;  // for ever
 }
 
 }  // namespace
@@ -141,6 +139,8 @@ ViewFacts quickFacts(QQuickItem& item) {
   facts.isMarkedPrivate = isMarkedPrivate(item) || showsPrivateItems(item, type);
   facts.isSecureTextEntry = isSecure(item, type);
   facts.acceptsTextInput = acceptsTextInput(item, type);
+  // A field that the app has made itself.
+  if (facts.acceptsTextInput && facts.kind == ViewKind::plain) facts.kind = ViewKind::other;
   facts.drawsNothing = drawsNothing(item, type, facts.kind);
   facts.clipsChildren = item.clip();
   return facts;

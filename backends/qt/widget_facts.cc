@@ -165,7 +165,9 @@ ViewFacts widgetFacts(QWidget& widget) {
   facts.isMarkedPrivate = type.trait == Trait::opaque || (note != nullptr && note->isPrivate);
   facts.isSecureTextEntry = isSecure(widget);
   facts.acceptsTextInput = acceptsTextInput(widget, type);
-  facts.drawsNothing = type.isBare && type.trait != Trait::control;
+  // A field that the app has made itself.
+  if (facts.acceptsTextInput && facts.kind == ViewKind::plain) facts.kind = ViewKind::other;
+  facts.drawsNothing = facts.kind == ViewKind::plain && type.isBare && type.trait != Trait::control;
   facts.clipsChildren = true;
   return facts;
 }

@@ -11,6 +11,8 @@
 #include <cmath>
 #include <cstring>
 
+#include "base/fork_guard.h"
+#include "qt/gui_thread.h"
 #include "qt/quick_views.h"
 #include "qt/widget_views.h"
 
@@ -80,6 +82,7 @@ bool isOrdinary(const QWidget& widget) {
 }  // namespace
 
 void QtWindows::each(base::FunctionRef<bool(const platform::Window&)> visit) {
+  if (!onGuiThread()) return;
   for (QWindow* const window : QGuiApplication::topLevelWindows()) {
     auto* const quick = qobject_cast<QQuickWindow*>(window);
     if (quick == nullptr || !quick->isVisible()) continue;
@@ -102,6 +105,7 @@ void QtWindows::listen(std::function<void()> becameKey) {
 }
 
 bool QtWindows::draw(const platform::View& window, double maxWidth, platform::Bitmap& into) {
+  if (!onGuiThread() || base::inForkedChild()) return false;
   const double width = window ? window.facts().size.width : 0;
   if (!(width > 0 && maxWidth > 0)) return false;
   const double scale = std::min(1.0, maxWidth / width);

@@ -22,6 +22,11 @@ class Weak final : public T {
 
 }  // namespace
 
+bool FakeViewToolkit::isSecure(FakeNode& node) {
+  node.wasSecure = node.wasSecure || node.look.isSecureTextEntry;
+  return node.wasSecure;
+}
+
 FakeNode* FakeViewToolkit::ask(Node node) {
   if (std::this_thread::get_id() != thread_) {
     std::fputs("The user interface was touched on another thread than its own\n", stderr);
@@ -50,7 +55,7 @@ bool FakeViewToolkit::isKindOf(Node node, std::string_view className) {
 }
 
 platform::ViewFacts FakeViewToolkit::facts(Node node) {
-  const FakeNode* asked = ask(node);
+  FakeNode* const asked = ask(node);
   if (asked == nullptr) return {};
   const NodeLook& look = asked->look;
   return {.kind = look.kind,
@@ -62,7 +67,7 @@ platform::ViewFacts FakeViewToolkit::facts(Node node) {
           .isDisabled = look.isDisabled,
           .isAnimating = look.isAnimating,
           .isMarkedPrivate = look.isMarkedPrivate,
-          .isSecureTextEntry = look.isSecureTextEntry,
+          .isSecureTextEntry = isSecure(*asked),
           .acceptsTextInput = look.acceptsTextInput,
           .drawsNothing = look.drawsNothing,
           .clipsChildren = look.clipsChildren};
@@ -79,8 +84,8 @@ platform::LayerFacts FakeViewToolkit::layer(Node node) {
 }
 
 std::string_view FakeViewToolkit::text(Node node, base::TextArena& arena) {
-  const FakeNode* asked = ask(node);
-  if (asked == nullptr || asked->look.isSecureTextEntry) return {};
+  FakeNode* const asked = ask(node);
+  if (asked == nullptr || isSecure(*asked)) return {};
   return arena.copy(std::string_view(asked->look.text).substr(0, kMaxText));
 }
 
@@ -95,8 +100,9 @@ platform::ViewColors FakeViewToolkit::colors(Node node) {
 }
 
 std::string_view FakeViewToolkit::accessibilityLabel(Node node, base::TextArena& arena) {
-  const FakeNode* asked = ask(node);
-  return asked ? arena.copy(asked->look.accessibilityLabel) : std::string_view();
+  FakeNode* const asked = ask(node);
+  return asked && !isSecure(*asked) ? arena.copy(asked->look.accessibilityLabel)
+                                    : std::string_view();
 }
 
 std::string_view FakeViewToolkit::accessibilityIdentifier(Node node, base::TextArena& arena) {

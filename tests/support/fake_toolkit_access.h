@@ -44,6 +44,8 @@ class FakeViewToolkit final : public platform::ViewToolkit {
   FakeNode* victim = nullptr;
 
  private:
+  /// Remembers it.
+  static bool isSecure(FakeNode& node);
   /// Counts, charges, kills; null when the node is dead.
   FakeNode* ask(Node node);
 

@@ -1,0 +1,42 @@
+// A window of Qt Quick for a test, from QML text, in sight when it has been made.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <QQmlComponent>
+#include <QQmlEngine>
+#include <QQuickItem>
+#include <QQuickWindow>
+#include <QTest>
+#include <memory>
+
+namespace zarn::testing {
+
+/// An item that an app has written itself, into which the user can type.
+class Editor : public QQuickItem {
+  Q_OBJECT
+
+ public:
+  explicit Editor(QQuickItem* parent = nullptr) : QQuickItem(parent) {
+    setFlag(ItemAcceptsInputMethod);
+    setFlag(ItemHasContents);
+  }
+};
+
+class QuickScene {
+ public:
+  /// `body` is what stands in the window; Qt Quick, its Controls and Layouts and `Zarn` are
+  /// imported.
+  explicit QuickScene(const QByteArray& body);
+
+  QQuickWindow& window() { return *window_; }
+  /// By its objectName, anywhere in the window.
+  QQuickItem* item(const QString& name);
+  QQmlEngine& engine() { return engine_; }
+
+ private:
+  QQmlEngine engine_;
+  std::unique_ptr<QQuickWindow> window_;
+};
+
+}  // namespace zarn::testing
