@@ -48,7 +48,7 @@ QtHost::QtHost(platform::Host& plain, MainExecutor& main)
                 opener_,
                 screens_,
                 windows_,
-                plain.input,
+                input_,
                 images_} {}
 
 void QtHost::follow(QGuiApplication& app) {

@@ -11,6 +11,7 @@
 #include "qt/app_events.h"
 #include "qt/clipboard.h"
 #include "qt/image_codec.h"
+#include "qt/input_events.h"
 #include "qt/life_events.h"
 #include "qt/main_executor.h"
 #include "qt/screen_events.h"
@@ -55,6 +56,7 @@ class QtHost {
   QtUrlOpener opener_;
   QtScreenEvents screens_;
   QtWindows windows_;
+  QtInputEvents input_;
   QtImageCodec images_;
   std::unique_ptr<AppEvents> events_;  // lives on the thread of the user interface
   platform::Host services_;

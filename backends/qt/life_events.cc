@@ -17,10 +17,7 @@ bool canBeSeen(const QWindow* window) {
 
 bool isAppInFront() {
   const Qt::ApplicationState state = QGuiApplication::applicationState();
-  if (state == Qt::ApplicationSuspended || state == Qt::ApplicationHidden) {
-    // Before the first window is shown, too, so that the windows have the last word.
-    return false;
-  }
+  if (state == Qt::ApplicationSuspended || state == Qt::ApplicationHidden) return false;
   const auto windows = QGuiApplication::topLevelWindows();
   return std::any_of(windows.begin(), windows.end(), canBeSeen);
 }
@@ -39,7 +36,9 @@ void QtLifeEvents::start(std::function<void(platform::LifeEvent)> happened) {
   plain_.start([this](platform::LifeEvent event) {
     if (event == platform::LifeEvent::willTerminate) terminate();
   });
-  main_.post([this] { changing(); });
+  main_.post([this] {
+    if (onGuiThread()) changing();
+  });
 }
 
 void QtLifeEvents::stop() {
@@ -55,8 +54,9 @@ std::shared_ptr<QtLifeEvents::Listener> QtLifeEvents::exchange(std::shared_ptr<L
 void QtLifeEvents::changing() {
   if (std::exchange(willLook_, true)) return;
   main_.post([this] {
+    if (!onGuiThread()) return;  // the loop has ended
     willLook_ = false;
-    if (onGuiThread()) look();
+    look();
   });
 }
 

@@ -1,6 +1,7 @@
 #include "qt/text.h"
 
 #include <QChar>
+#include <QString>
 
 #include "platform/view.h"
 
