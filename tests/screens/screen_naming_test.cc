@@ -143,6 +143,16 @@ TEST_F(Naming, TellsNothingPrivate) {
   }
 }
 
+TEST_F(Naming, TakesNothingThatWasTyped) {
+  const NodePtr field = ui.field({0, 0, 300, 40}, platform::TextContentType::none, "Orders");
+  field->add(ui.label("Orders", {0, 0, 200, 30}, 40));
+  const NodePtr edited = ui.label("Messages", {0, 0, 200, 30}, 40);
+  edited->look.acceptsTextInput = true;
+  const ScreenPtr screen = hosted(page({field, edited}), {.classText = "_Host"});
+  EXPECT_TRUE(nameOf(screen).starts_with("Screen_")) << nameOf(screen);
+  EXPECT_TRUE(candidatesOf(screen).empty());
+}
+
 TEST_F(Naming, NamesTabs) {
   const ScreenPtr screen = ui.screen({.classText = "CartPage", .view = page({}), .title = "Cart"});
   const ScreenPtr other = ui.screen({.classText = "OrderPage", .view = page({})});
