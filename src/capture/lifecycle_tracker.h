@@ -3,6 +3,7 @@
 
 #include <functional>
 #include <string_view>
+#include <utility>
 
 #include "platform/life_events.h"
 #include "zarn/value.h"

@@ -1,5 +1,6 @@
 #include "capture/tab_bar_observer.h"
 
+#include <optional>
 #include <utility>
 
 #include "capture/visible_leaf.h"

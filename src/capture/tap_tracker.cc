@@ -1,6 +1,5 @@
 #include "capture/tap_tracker.h"
 
-#include "base/text.h"
 #include "platform/view.h"
 
 namespace zarn::capture {
@@ -9,8 +8,6 @@ namespace {
 using platform::View;
 using platform::ViewKind;
 
-/// Where a search ends without a result, the text is not read.
-constexpr int kMostAncestors = 200;
 constexpr int kMostInside = 64;
 
 bool takesText(const platform::ViewFacts& facts) {
@@ -49,27 +46,17 @@ void TapTracker::activated(const View& control) {
 
 /// Empty when it has none that may be told.
 std::string TapTracker::labelOf(const View& control) {
-  if (!mayRead(control)) return {};
-  std::string label = cleaned(control.accessibilityLabel(arena_));
+  // A label may repeat what stands around or inside of the control.
+  int budget = kMostInside;
+  if (!screens::isReadable(privacy_, control) || !nothingMaskedInside(privacy_, control, budget)) {
+    return {};
+  }
+  std::string label =
+      screens::readable(privacy_, control.accessibilityLabel(arena_), kLongestLabel);
   if (label.empty() && control.facts().kind == ViewKind::button) {
-    label = cleaned(control.text(arena_));
+    label = screens::readable(privacy_, control.text(arena_), kLongestLabel);
   }
   return label;
-}
-
-/// A label may repeat what stands around or inside of the control.
-bool TapTracker::mayRead(const View& control) const {
-  int ancestors = 0;
-  for (View view = control; view; view = view.parent()) {
-    if (privacy_.masks(view) || ++ancestors > kMostAncestors) return false;
-  }
-  int budget = kMostInside;
-  return nothingMaskedInside(privacy_, control, budget);
-}
-
-std::string TapTracker::cleaned(std::string_view text) const {
-  const std::string filtered = privacy_.filter(base::trimmed(text));
-  return std::string(base::prefixOfCharacters(base::trimmed(filtered), kLongestLabel));
 }
 
 }  // namespace zarn::capture

@@ -3,6 +3,7 @@
 
 #include <functional>
 #include <string>
+#include <utility>
 
 #include "base/text_arena.h"
 #include "screens/view_privacy.h"
@@ -30,8 +31,6 @@ class TapTracker {
 
  private:
   std::string labelOf(const platform::View& control);
-  bool mayRead(const platform::View& control) const;
-  std::string cleaned(std::string_view text) const;
 
   // Constant after construction.
   const screens::ViewPrivacy& privacy_;
