@@ -48,6 +48,11 @@ class ZARN_API Zarn {
   /// after an opt-out, while the server pauses the project or has switched such events off.
   static void track(Text name, const Properties& properties = {}) noexcept;
 
+  /// Records that a screen was shown, where the app knows better than the library what its screens
+  /// are: with a user interface attached (zarn/qt.h), those are recorded by themselves. Personal
+  /// data is taken out of the name.
+  static void screenView(Text name, const Properties& properties = {}) noexcept;
+
   /// Names the user of the events from now on. Blanks around the id are cut off; an empty id is
   /// ignored. Repeating the same call sends nothing.
   static void identify(Text userId, const Properties& traits = {}) noexcept;

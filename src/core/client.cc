@@ -76,7 +76,11 @@ void Client::configure(std::string_view writeKey, ConfigurationOptions options) 
   if (!model::isUsableHost(configuration.apiHost())) {
     log.debug({"[Zarn] apiHost forms no address: the production endpoint is used"});
   }
-  pipeline_ = std::make_unique<Pipeline>(host, configuration, log, networkTracker_);
+  pipeline_ = std::make_unique<Pipeline>(
+      host, configuration, log,
+      Pipeline::Earlier{
+          .networkTracker = networkTracker_,
+          .addBreadcrumb = [this](const Breadcrumb& crumb) { addBreadcrumb(crumb); }});
   if (earlyLinkHandler_) pipeline_->links->onDeepLink(std::exchange(earlyLinkHandler_, nullptr));
   running_.store(pipeline_.get(), std::memory_order_release);
   pipeline_->start();

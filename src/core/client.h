@@ -43,6 +43,7 @@ class Client {
   void configure(std::string_view projectId, std::string_view apiKey, ConfigurationOptions options);
 
   void track(std::string_view name, const Properties& properties);
+  void screenView(std::string_view name, const Properties& properties);
   void identify(std::string_view userId, const Properties& traits);
   void group(std::string_view groupId, const Properties& traits);
 

@@ -18,6 +18,10 @@ constexpr std::size_t kLongestConsent = 4096;  // bytes
 
 }  // namespace
 
+void Client::screenView(std::string_view name, const Properties& properties) {
+  if (auto* running = pipeline()) running->capture->screenView(name, properties);
+}
+
 std::shared_ptr<ZarnNetworkDelegateProxy> Client::networkDelegate(
     std::shared_ptr<NetworkDelegate> wrapped) {
   return networkTracker_->makeProxy(std::move(wrapped));

@@ -25,6 +25,12 @@ control::PolicyTargets policyTargets(Pipeline& pipeline) {
   };
   targets.network = networkTargets(pipeline);
   targets.push = pushTargets(pipeline);
+  targets.setScreenshots = [&](const std::optional<model::ScreenshotsConfig>& config) {
+    const auto app = pipeline.appId.get();
+    const std::string release = pipeline.transport.releaseId();
+    pipeline.screenshots->update(config, app ? std::optional(*app) : std::nullopt,
+                                 release.empty() ? std::nullopt : std::optional(release));
+  };
   targets.collectContext = [&] {
     pipeline.transport.setEnrichedContext(pipeline.enrichedContext.collect());
   };
@@ -32,7 +38,11 @@ control::PolicyTargets policyTargets(Pipeline& pipeline) {
 }
 
 runtime::AnswerTargets answerTargets(Pipeline& pipeline) {
-  return {.setReleaseId = [&](const std::string& id) { pipeline.transport.setReleaseId(id); },
+  return {.setReleaseId =
+              [&](const std::string& id) {
+                pipeline.transport.setReleaseId(id);
+                pipeline.capture->setReleaseId(id);
+              },
           .setAppId =
               [&](const std::string& id) {
                 pipeline.appId.publish(std::make_shared<const std::string>(id));
@@ -65,7 +75,7 @@ events::SqliteEventStore::Services storeServices(Pipeline& pipeline) {
 }  // namespace
 
 Pipeline::Pipeline(platform::Host& hostServices, const model::Configuration& configured,
-                   platform::Log debugLog, std::shared_ptr<network::NetworkTracker> networkTracker)
+                   platform::Log debugLog, Earlier earlier)
     : host(hostServices),
       configuration(configured),
       log(debugLog),
@@ -106,6 +116,7 @@ Pipeline::Pipeline(platform::Host& hostServices, const model::Configuration& con
                  .queue = queue},
                 log),
       guard(host.http, controlQueue, privacy),
+      replay(redactionEngine),
       replayPolicyStore(host.files),
       replayPolicyAdmission(model::replayPolicyScope(configuration, host.device.app()),
                             replayPolicyStore, host.random),
@@ -144,8 +155,10 @@ Pipeline::Pipeline(platform::Host& hostServices, const model::Configuration& con
   wireLinks();
   wirePush();
   // From here on events come from other threads too.
-  wireNetwork(std::move(networkTracker));
+  wireNetwork(std::move(earlier.networkTracker));
   wireCrash();
+  wireScreenshots();
+  wireCapture(std::move(earlier.addBreadcrumb));
   wireLife();
   wirePrivacy();
 }
@@ -189,6 +202,7 @@ void Pipeline::wireSessions() {
 
 void Pipeline::wireLife() {
   host.life.start(base::weakly(wiring, [this](platform::LifeEvent event) {
+    capture->handle(event);  // what it tells of still belongs to the session
     switch (event) {
       case platform::LifeEvent::didEnterBackground:
         network->didEnterBackground();
@@ -212,6 +226,7 @@ void Pipeline::wireLife() {
 
 void Pipeline::wirePrivacy() {
   runtime::PrivacyHooks& hooks = transitions.hooks;
+  hooks.discardHeld = [this] { capture->discardHeld(); };
   hooks.forgetCarried = [this] {
     if (push) push->clearAttribution();
     links->forgetUser();
@@ -220,11 +235,14 @@ void Pipeline::wirePrivacy() {
   hooks.stopSources = [this] {
     if (crashTracker) crashTracker->optOut();
     if (installValidator) installValidator->optOut();
+    screenshots->cancelAll();
   };
   hooks.restartSources = [this] {
     if (crashTracker) crashTracker->start();
+    capture->restart();
   };
   hooks.forgetUser = [this] {
+    screenshots->cancelAll();
     pushTokens->forgetUser();
     host.defaults.commit();  // the next launch must not bring back what was forgotten
   };
@@ -233,6 +251,10 @@ void Pipeline::wirePrivacy() {
 
 void Pipeline::policyPublished(const model::RemoteDataCollectionConfig& policy) {
   links->policyApplied(policy);
+  if (policy.replay) {
+    redactionEngine.setAutoMaskCategories(
+        policy.replay->autoMaskCategories.value_or(std::vector<std::string>{}));
+  }
   // After an opt-in the installation is reported late: not before the policy is in force.
   controlQueue.async(base::weakly(wiring, [this] { installTracker->setUp(); }));
 }

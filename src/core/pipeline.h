@@ -2,18 +2,21 @@
 // runs backwards. It wires rooms to one another and decides nothing.
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
 
 #include "base/serial_queue.h"
 #include "base/weakly.h"
+#include "capture/capture.h"
+#include "capture/screenshot_capture.h"
 #include "control/config_fetcher.h"
 #include "control/policy_application.h"
 #include "control/replay_policy_admission.h"
 #include "control/replay_policy_keeper.h"
 #include "control/replay_policy_store.h"
-#include "core/no_replay.h"
+#include "core/masking_only.h"
 #include "crash/crash_tracker.h"
 #include "events/event_context.h"
 #include "events/event_queue.h"
@@ -36,6 +39,7 @@
 #include "push/push_token_registration.h"
 #include "push/push_tracking.h"
 #include "redaction/pii_filter.h"
+#include "redaction/redaction_engine.h"
 #include "runtime/admission.h"
 #include "runtime/config_refresh.h"
 #include "runtime/control_plane.h"
@@ -46,14 +50,19 @@
 #include "runtime/recovery.h"
 #include "runtime/run_state.h"
 #include "runtime/user_dedupe.h"
+#include "zarn/breadcrumb.h"
 
 namespace zarn::core {
 
 /// Any thread once it stands.
 struct Pipeline {
-  /// `networkTracker` may have been handed to hosts before there was a pipeline.
+  /// What was there before there was a pipeline, and may have been used by the host.
+  struct Earlier {
+    std::shared_ptr<network::NetworkTracker> networkTracker;
+    std::function<void(const Breadcrumb&)> addBreadcrumb;
+  };
   Pipeline(platform::Host& host, const model::Configuration& configuration, platform::Log log,
-           std::shared_ptr<network::NetworkTracker> networkTracker);
+           Earlier earlier);
   ~Pipeline();
 
   /// Asks the server for its policy. Nothing is sent before its answer, and nothing is asked for a
@@ -96,6 +105,7 @@ struct Pipeline {
   events::OwnStore ownStore;
   events::EventQueue queue;
   redaction::PiiFilter piiFilter;
+  redaction::RedactionEngine redactionEngine;
   runtime::PropertySanitizer sanitizer;
   runtime::IdentityBoundary boundary;
   runtime::RunState runState;
@@ -112,9 +122,11 @@ struct Pipeline {
   std::optional<links::InstallValidator> installValidator;  // on the first run only
   std::optional<links::Links> links;
   std::optional<push::PushTokenRegistration> pushTokens;
+  std::optional<capture::ScreenshotCapture> screenshots;
+  std::optional<capture::Capture> capture;
 
   // The server's word.
-  NoReplay replay;
+  MaskingOnly replay;
   control::ReplayPolicyFileStore replayPolicyStore;
   control::ReplayPolicyAdmissionCoordinator replayPolicyAdmission;
   control::ReplayPolicyKeeper replayPolicy;
@@ -135,6 +147,8 @@ struct Pipeline {
   void wireInstall();
   void wireLinks();
   void wirePush();
+  void wireScreenshots();
+  void wireCapture(std::function<void(const Breadcrumb&)> addBreadcrumb);
   void wireLife();
   void wirePrivacy();
   /// Whether user and server allow what the event gates can't judge one by one.

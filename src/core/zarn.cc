@@ -37,6 +37,10 @@ void Zarn::track(Text name, const Properties& properties) noexcept {
   publicCall([&] { sharedClient().track(name, properties); });
 }
 
+void Zarn::screenView(Text name, const Properties& properties) noexcept {
+  publicCall([&] { sharedClient().screenView(name, properties); });
+}
+
 void Zarn::identify(Text userId, const Properties& traits) noexcept {
   publicCall([&] { sharedClient().identify(userId, traits); });
 }

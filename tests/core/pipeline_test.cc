@@ -14,9 +14,9 @@ class PipelineTest : public ::testing::Test {
   testing::TestHost host_;
   const model::Configuration configuration_{
       "key", {.autoTrackSessions = false, .apiHost = "http://collector.example", .debug = true}};
-  std::optional<Pipeline> pipeline_{std::in_place, host_.services, configuration_,
-                                    platform::Log(host_.log, true),
-                                    std::make_shared<network::NetworkTracker>()};
+  std::optional<Pipeline> pipeline_{
+      std::in_place, host_.services, configuration_, platform::Log(host_.log, true),
+      Pipeline::Earlier{std::make_shared<network::NetworkTracker>(), {}}};
 };
 
 // Work that a boundary drops must not leave the recovery standing with nothing under way: no other

@@ -400,7 +400,7 @@ class PipelinePrivacyTest : public ::testing::Test {
   const model::Configuration configuration_{
       "key", {.autoTrackSessions = false, .apiHost = "http://collector.example", .debug = true}};
   Pipeline pipeline_{host_.services, configuration_, platform::Log(host_.log, true),
-                     std::make_shared<network::NetworkTracker>()};
+                     Pipeline::Earlier{std::make_shared<network::NetworkTracker>(), {}}};
 };
 
 TEST_F(PipelinePrivacyTest, TransitionsInsideATransitionRunInPlace) {

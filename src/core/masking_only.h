@@ -1,14 +1,17 @@
 // In the place of session replay until there is one: it keeps nothing, so nothing is left after a
-// purge.
+// purge. What is to be masked counts for other pictures too.
 #pragma once
 
 #include "control/replay_control.h"
+#include "redaction/redaction_engine.h"
 
 namespace zarn::core {
 
-class NoReplay final : public control::ReplayControl {
+class MaskingOnly final : public control::ReplayControl {
  public:
-  void setMaskInputs(bool) override {}
+  explicit MaskingOnly(redaction::RedactionEngine& redaction) : redaction_(redaction) {}
+
+  void setMaskInputs(bool masks) override { redaction_.setMaskInputs(masks); }
   void proceed(const model::ReplayRemotePolicy&) override {}
   void stop() override {}
   void discard() override {}
@@ -21,6 +24,9 @@ class NoReplay final : public control::ReplayControl {
   bool isRecording() const override { return false; }
   bool isDurationCapped() const override { return false; }
   bool isSampledOut() const override { return false; }
+
+ private:
+  redaction::RedactionEngine& redaction_;
 };
 
 }  // namespace zarn::core
