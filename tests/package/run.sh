@@ -31,3 +31,16 @@ read -ra flags < <(PKG_CONFIG_PATH=${pc%/*} pkg-config --cflags --libs zarn)
 c++ -std=c++20 "$here/host.cc" "${flags[@]}" -Wl,-rpath,"$libdir" -o "$scratch/by_pkg_config"
 mkdir "$scratch/by_pkg_config.data"
 "$scratch/by_pkg_config" "$scratch/by_pkg_config.data"
+
+[[ -f $libdir/pkgconfig/zarn-qt.pc ]] || exit 0 # built without Qt
+echo "find_package, with the component Qt"
+cmake -S "$here/qt" -B "$scratch/qt_host" -G Ninja -DCMAKE_PREFIX_PATH="$prefix" >/dev/null
+cmake --build "$scratch/qt_host" -- --quiet
+mkdir "$scratch/qt_host.data"
+"$scratch/qt_host/qt_host" "$scratch/qt_host.data"
+
+echo "pkg-config, with Qt"
+read -ra flags < <(PKG_CONFIG_PATH=$libdir/pkgconfig pkg-config --cflags --libs zarn-qt Qt6Gui)
+c++ -std=c++20 -fPIC "$here/qt/qt_host.cc" "${flags[@]}" -Wl,-rpath,"$libdir" -o "$scratch/qt_by_pkg_config"
+mkdir "$scratch/qt_by_pkg_config.data"
+"$scratch/qt_by_pkg_config" "$scratch/qt_by_pkg_config.data"
