@@ -8,11 +8,8 @@
 namespace zarn::qt {
 namespace {
 
-using platform::TextContentType;
-
-static_assert(int{QmlModule::EmailAddress} == static_cast<int>(TextContentType::emailAddress));
-static_assert(int{QmlModule::TelephoneNumber} ==
-              static_cast<int>(TextContentType::telephoneNumber));
+static_assert(int{QmlModule::OtherContent} == static_cast<int>(ContentType::other));
+static_assert(int{QmlModule::TelephoneNumber} == static_cast<int>(ContentType::telephoneNumber));
 
 }  // namespace
 
@@ -33,8 +30,8 @@ int QmlMarks::contentType() const {
 
 void QmlMarks::setContentType(int type) {
   const int known =
-      std::clamp(type, int{QmlModule::NoContentType}, int{QmlModule::TelephoneNumber});
-  noteFor(*parent()).contentType = static_cast<TextContentType>(known);
+      std::clamp(type, int{QmlModule::GuessedContent}, int{QmlModule::TelephoneNumber});
+  qt::setContentType(*parent(), static_cast<ContentType>(known));
   Q_EMIT contentTypeChanged();
 }
 

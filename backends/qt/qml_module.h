@@ -33,9 +33,9 @@ class QmlModule : public QObject {
   QML_ATTACHED(QmlMarks)
 
  public:
-  /// As platform::TextContentType.
+  /// As zarn::qt::ContentType.
   enum ContentType {
-    NoContentType,
+    GuessedContent,
     OtherContent,
     EmailAddress,
     CreditCardNumber,

@@ -3,6 +3,7 @@
 #include <QQmlContext>
 #include <QQuickItem>
 #include <QRegularExpressionValidator>
+#include <algorithm>
 
 #include "qt/content_guess.h"
 #include "qt/quick_facts.h"
@@ -14,7 +15,6 @@ namespace zarn::qt {
 namespace {
 
 using platform::TextContentType;
-using platform::ViewKind;
 
 FieldHints hintsOf(const QQuickItem& item, const ClassFacts& type) {
   FieldHints hints;
@@ -29,27 +29,52 @@ FieldHints hintsOf(const QQuickItem& item, const ClassFacts& type) {
   return hints;
 }
 
-/// The label that stands right before the field, as forms have it.
-const QQuickItem* labelBefore(const QQuickItem& item) {
-  if (item.parentItem() == nullptr) return nullptr;
-  const QList<QQuickItem*> siblings = item.parentItem()->childItems();
-  for (qsizetype at = siblings.indexOf(&item) - 1; at >= 0; --at) {
-    const QQuickItem* const before = siblings[at];
-    if (!before->isVisible()) continue;
-    return classOf(*before).trait == Trait::label ? before : nullptr;
+constexpr qsizetype kMostSiblings = 64;
+
+bool isField(const QQuickItem& item) {
+  const Trait trait = classOf(item).trait;
+  return trait == Trait::textInput || trait == Trait::textEdit || trait == Trait::comboBox ||
+         trait == Trait::spinBox;
+}
+
+/// The label right before it, as forms have it; where it is the only field around, every label: one
+/// may lie over it as long as it is empty.
+TextContentType guessByLabels(const QQuickItem& field, base::TextArena& arena) {
+  TextContentType type = TextContentType::none;
+  const auto consider = [&](const QQuickItem& label) {
+    type = stricter(type, guessContentType(quickText(label, arena)));
+  };
+  const auto isLabel = [](const QQuickItem* item) { return classOf(*item).trait == Trait::label; };
+  const QList<QQuickItem*> inside = field.childItems();
+  for (const QQuickItem* const child : inside) {
+    if (isLabel(child)) consider(*child);
   }
-  return nullptr;
+  if (field.parentItem() == nullptr) return type;
+  const QList<QQuickItem*> siblings = field.parentItem()->childItems();
+  const auto fields =
+      std::ranges::count_if(siblings, [](const QQuickItem* item) { return isField(*item); });
+  if (fields == 1 && siblings.size() <= kMostSiblings) {
+    for (const QQuickItem* const sibling : siblings) {
+      if (isLabel(sibling)) consider(*sibling);
+    }
+    return type;
+  }
+  for (qsizetype at = siblings.indexOf(&field) - 1; at >= 0; --at) {
+    if (!siblings[at]->isVisible()) continue;
+    if (isLabel(siblings[at])) consider(*siblings[at]);
+    break;
+  }
+  return type;
 }
 
 /// An app's own type around the field may tell what it is for, such as a CardNumberField; the
 /// toolkit's containers don't.
-TextContentType guessAround(const QQuickItem& item, base::TextArena& arena) {
+TextContentType guessByParent(const QQuickItem& item, base::TextArena& arena) {
   const QQuickItem* const parent = item.parentItem();
   if (parent == nullptr) return TextContentType::none;
-  TextContentType type = guessContentType(toArena(parent->objectName(), arena));
-  if (!classOf(*parent).isToolkits)
-    type = stricter(type, guessContentType(classText(*parent, arena)));
-  return type;
+  const TextContentType type = guessContentType(toArena(parent->objectName(), arena));
+  if (classOf(*parent).isToolkits) return type;
+  return stricter(type, guessContentType(classText(*parent, arena)));
 }
 
 }  // namespace
@@ -59,10 +84,7 @@ TextContentType quickContentType(QQuickItem& item) {
     return *note->contentType;
   }
   const ClassFacts type = classOf(item);
-  if (type.kind != ViewKind::textField && type.kind != ViewKind::textView &&
-      type.trait != Trait::comboBox && type.trait != Trait::spinBox) {
-    return TextContentType::none;
-  }
+  if (!isField(item)) return TextContentType::none;
   base::TextArena arena;
   TextContentType found = guessContentType(hintsOf(item, type));
   const auto consider = [&](std::string_view words) {
@@ -75,8 +97,8 @@ TextContentType quickContentType(QQuickItem& item) {
   if (const QQmlContext* const context = qmlContext(&item)) {
     consider(toArena(context->nameForObject(&item), arena));
   }
-  if (const QQuickItem* const label = labelBefore(item)) consider(quickText(*label, arena));
-  return stricter(found, guessAround(item, arena));
+  found = stricter(found, guessByLabels(item, arena));
+  return stricter(found, guessByParent(item, arena));
 }
 
 }  // namespace zarn::qt

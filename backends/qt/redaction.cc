@@ -42,6 +42,15 @@ void mark(QObject& view, bool isPrivate) {
   if (isPrivate && classOf(view).trait == Trait::popup) notes().hasPrivatePopups = true;
 }
 
+std::optional<platform::TextContentType> internalType(ContentType type) {
+  static_assert(static_cast<int>(ContentType::other) ==
+                static_cast<int>(platform::TextContentType::other));
+  static_assert(static_cast<int>(ContentType::telephoneNumber) ==
+                static_cast<int>(platform::TextContentType::telephoneNumber));
+  if (type == ContentType::guessed) return std::nullopt;
+  return static_cast<platform::TextContentType>(type);
+}
+
 }  // namespace
 
 const ObjectNote* noteOf(const QObject& object) {
@@ -78,6 +87,13 @@ void setRedacted(QObject& view, bool isPrivate) noexcept {
   if (view.thread() == QThread::currentThread()) return mark(view, isPrivate);
   // A mark from another thread is late, but not lost.
   QMetaObject::invokeMethod(&view, [&view, isPrivate] { mark(view, isPrivate); });
+}
+
+void setContentType(QObject& field, ContentType type) noexcept {
+  if (base::inForkedChild()) return;
+  const auto note = [&field, type] { noteFor(field).contentType = internalType(type); };
+  if (field.thread() == QThread::currentThread()) return note();
+  QMetaObject::invokeMethod(&field, note);
 }
 
 bool isRedacted(const QObject& view) noexcept {

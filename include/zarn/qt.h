@@ -36,6 +36,20 @@ ZARN_API void setRedacted(QObject& view, bool isPrivate) noexcept;
 /// What setRedacted or QML said of this very view.
 ZARN_API bool isRedacted(const QObject& view) noexcept;
 
+/// What is typed into a text field.
+enum class ContentType {
+  guessed,  // by its input hints, its label and its names; rather too much is taken for private
+  other,    // nothing of the kind below, whatever it looks like
+  emailAddress,
+  creditCardNumber,
+  password,
+  newPassword,
+  oneTimeCode,
+  telephoneNumber,
+};
+/// Thread of the user interface. In QML: `Zarn.contentType: Zarn.CreditCardNumber`.
+ZARN_API void setContentType(QObject& field, ContentType type) noexcept;
+
 /// Counts the requests that go through `manager` among the app's (see zarn/network.h for what is
 /// looked at). Managers that have the app object above them, that a QML engine has made, or that
 /// are made by one of these are found without this call; call it for all others, once, on the

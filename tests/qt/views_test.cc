@@ -211,6 +211,9 @@ TEST_F(QuickViewsTest, KnowsWhatAFieldIsFor) {
       Label { text: "Telefon" } TextField { objectName: "labelled" }
       TextField { id: cvcField; objectName: "byId" }
       PinEntry { }
+      Item { width: 9; height: 9
+        Rectangle { } TextInput { objectName: "overlaid" }
+        Text { text: "Expiry"; visible: false } }
       TextField { objectName: "said"; Zarn.contentType: Zarn.OneTimeCode }
       TextField { objectName: "unsaid"; placeholderText: "Promo code"
                   Zarn.contentType: Zarn.OtherContent }
@@ -227,12 +230,17 @@ TEST_F(QuickViewsTest, KnowsWhatAFieldIsFor) {
       {"labelled", TextContentType::telephoneNumber},
       {"byId", TextContentType::creditCardNumber},
       {"inPin", TextContentType::password},
+      {"overlaid", TextContentType::creditCardNumber},
       {"said", TextContentType::oneTimeCode},
       {"unsaid", TextContentType::other},
       {"search", TextContentType::none},
       {"button", TextContentType::none},
   };
   for (const auto& [name, type] : fields) EXPECT_EQ(view(scene, name).contentType(), type) << name;
+  setContentType(*scene.item(QStringLiteral("search")), ContentType::telephoneNumber);
+  EXPECT_EQ(view(scene, "search").contentType(), TextContentType::telephoneNumber);
+  setContentType(*scene.item(QStringLiteral("unsaid")), ContentType::guessed);
+  EXPECT_EQ(view(scene, "unsaid").contentType(), TextContentType::oneTimeCode);
 }
 
 TEST(ContentGuess, FindsWordsAsPeopleAndProgramsWriteThem) {
