@@ -3,7 +3,7 @@
 namespace zarn::capture {
 namespace {
 
-constexpr int kDeepest = 32;
+constexpr int kDeepestLeaf = 32;
 
 bool isHidden(const platform::Screen& screen) {
   const platform::View view = screen.view();
@@ -39,7 +39,7 @@ platform::Screen nextInSight(const platform::Screen& screen) {
 
 platform::Screen visibleLeaf(const platform::Screen& screen) {
   platform::Screen leaf = screen;
-  for (int depth = 0; leaf && depth < kDeepest; ++depth) {
+  for (int depth = 0; leaf && depth < kDeepestLeaf; ++depth) {
     const platform::Screen next = nextInSight(leaf);
     if (!next) break;
     leaf = next;
