@@ -13,7 +13,9 @@
 namespace zarn::qt {
 
 QtInputEvents::QtInputEvents() = default;
-QtInputEvents::~QtInputEvents() = default;
+QtInputEvents::~QtInputEvents() {
+  delete hooks_;
+}
 
 void QtInputEvents::listen(platform::InputListener listener) {
   if (!onGuiThread() || qGuiApp == nullptr) return;

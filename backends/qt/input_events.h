@@ -19,7 +19,7 @@ class QtInputEvents final : public platform::InputEvents {
   platform::View hitTest(const platform::View& window, base::Point location) override;
 
  private:
-  QPointer<InputHooks> hooks_;  // belong to the application
+  QPointer<InputHooks> hooks_;  // gone once the application is
 };
 
 }  // namespace zarn::qt

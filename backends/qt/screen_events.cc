@@ -22,7 +22,9 @@ class SelectionObservation final : public platform::Observation {
 }  // namespace
 
 QtScreenEvents::QtScreenEvents() = default;
-QtScreenEvents::~QtScreenEvents() = default;
+QtScreenEvents::~QtScreenEvents() {
+  delete hooks_;
+}
 
 ScreenHooks* QtScreenEvents::hooks() {
   if (!onGuiThread()) return nullptr;  // the loop has ended, or has not been found

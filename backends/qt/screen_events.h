@@ -30,7 +30,7 @@ class QtScreenEvents final : public platform::ScreenEvents {
  private:
   ScreenHooks* hooks();
 
-  QPointer<ScreenHooks> hooks_;  // belong to the application
+  QPointer<ScreenHooks> hooks_;  // gone once the application is
 };
 
 }  // namespace zarn::qt

@@ -1,0 +1,166 @@
+// What is told of a person's hands on an app of Qt Quick.
+#include <QPointingDevice>
+#include <QTest>
+
+#include "base/text_arena.h"
+#include "qml_app.h"
+#include "qt/input_events.h"
+#include "qt/quick_views.h"
+
+namespace zarn::testing {
+namespace {
+
+using Strings = std::vector<std::string>;
+
+/// Controls by their text, or else their class.
+struct Hands {
+  Hands() {
+    events.listen(
+        {.tapped = [this](const platform::Touch& touch) { taps.push_back(touch.location); },
+         .activated =
+             [this](const platform::View& control) { operated.push_back(nameOf(control)); },
+         .scrollBegan =
+             [this](const platform::View& scroll) { scrolls.push_back("+" + nameOf(scroll)); },
+         .scrollEnded =
+             [this](const platform::View& scroll) {
+               scrolls.push_back(scroll ? "-" + nameOf(scroll) : "-");
+             }});
+  }
+  static std::string nameOf(const platform::View& view) {
+    base::TextArena arena;
+    const auto text = view.text(arena);
+    return std::string(text.empty() ? view.classText(arena) : text);
+  }
+  qt::QtInputEvents events;
+  std::vector<base::Point> taps;
+  Strings operated;
+  Strings scrolls;
+};
+
+constexpr auto kControls = R"(ApplicationWindow {
+  property string log
+  Item { anchors.fill: parent
+    Button { objectName: 'pay'; text: 'Pay'; width: 200; height: 40; onClicked: destroy() }
+    Button { objectName: 'off'; text: 'Off'; y: 50; width: 200; height: 40; enabled: false }
+    Row2 { objectName: 'row'; y: 100 }
+    Rectangle { objectName: 'handled'; y: 150; width: 200; height: 40; TapHandler { } }
+    TextField { objectName: 'field'; y: 200; width: 200; height: 40 }
+    Button { text: 'Below'; y: 250; width: 200; height: 40 }
+    Button { objectName: 'above'; text: 'Above'; y: 250; width: 200; height: 40; z: 2 }
+    Button { text: 'Cut'; y: 250; width: 200; height: 40; z: 1 }
+    Item { y: 300; width: 200; height: 20; clip: true
+      Button { objectName: 'clipped'; text: 'Clipped'; y: 10; width: 200; height: 40 } }
+    Label { objectName: 'words'; y: 360; width: 200; height: 40; text: 'Only text' } } })";
+const QByteArray kRow =
+    "Rectangle { width: 200; height: 40; Text { text: 'Row' } MouseArea { anchors.fill: parent } }";
+
+TEST(QuickInput, TellsOfTapsAndOfTheControlsThatTheyOperate) {
+  QmlApp app(QmlApp::Documents{{"Row2", kRow}, {"Main", kControls}});
+  Hands hands;
+  for (const auto* const name : {"off", "row", "handled", "field", "above", "words"})
+    app.click(name);
+  EXPECT_EQ(hands.taps.size(), 6u);
+  EXPECT_EQ(hands.operated, (Strings{"Row2", "Rectangle", "Above"}));
+  const QPoint middle = app.middleOf("words");
+  EXPECT_EQ(hands.taps.back(), (base::Point{double(middle.x()), double(middle.y())}));
+  app.click("pay");  // is gone thereafter
+  EXPECT_EQ(hands.operated, (Strings{"Row2", "Rectangle", "Above", "Pay"}));
+  EXPECT_EQ(hands.taps.size(), 7u);
+}
+
+TEST(QuickInput, IsNoTapWhenTheHandMovesAway) {
+  QmlApp app(QmlApp::Documents{{"Row2", kRow}, {"Main", kControls}});
+  Hands hands;
+  const QPoint pay = app.middleOf("pay");
+  QTest::mousePress(&app.window(), Qt::LeftButton, {}, pay);
+  QTest::mouseMove(&app.window(), pay + QPoint(0, 300));
+  QTest::mouseRelease(&app.window(), Qt::LeftButton, {}, pay + QPoint(0, 300));
+  QTest::mouseClick(&app.window(), Qt::RightButton, {}, pay);
+  EXPECT_TRUE(hands.taps.empty());
+  EXPECT_TRUE(hands.operated.empty());
+  // Within the control it is operated all the same, though not tapped at one place.
+  QTest::mousePress(&app.window(), Qt::LeftButton, {}, pay);
+  QTest::mouseMove(&app.window(), pay + QPoint(60, 0));
+  QTest::mouseRelease(&app.window(), Qt::LeftButton, {}, pay + QPoint(60, 0));
+  EXPECT_TRUE(hands.taps.empty());
+  EXPECT_EQ(hands.operated, Strings{"Pay"});
+}
+
+TEST(QuickInput, CountsATouchOnce) {
+  QmlApp app(QmlApp::Documents{{"Row2", kRow}, {"Main", kControls}});
+  Hands hands;
+  const std::unique_ptr<QPointingDevice> device(QTest::createTouchDevice());
+  for (const auto* const name : {"row", "above", "words"}) {
+    const QPoint at = app.middleOf(name);
+    QTest::touchEvent(&app.window(), device.get()).press(0, at, &app.window());
+    QTest::touchEvent(&app.window(), device.get()).release(0, at, &app.window());
+  }
+  EXPECT_EQ(hands.taps.size(), 3u);
+  EXPECT_EQ(hands.operated, (Strings{"Row2", "Above"}));
+  const QPoint at = app.middleOf("words");
+  QTest::touchEvent(&app.window(), device.get()).press(0, at, &app.window());
+  QTest::touchEvent(&app.window(), device.get()).stationary(0).press(1, at * 2, &app.window());
+  QTest::touchEvent(&app.window(), device.get())
+      .release(0, at, &app.window())
+      .release(1, at * 2, &app.window());
+  EXPECT_EQ(hands.taps.size(), 3u) << "two fingers";
+}
+
+TEST(QuickInput, FindsWhatIsTouched) {
+  QmlApp app(QmlApp::Documents{{"Row2", kRow}, {"Main", kControls}});
+  Hands hands;
+  const platform::View window = qt::quickView(app.window().contentItem());
+  const auto at = [&](double x, double y) {
+    const platform::View hit = hands.events.hitTest(window, {x, y});
+    return hit ? Hands::nameOf(hit) : "";
+  };
+  EXPECT_EQ(at(100, 270), "Above");
+  EXPECT_EQ(at(100, 315), "Clipped");
+  EXPECT_EQ(at(100, 330), "");
+  EXPECT_EQ(at(100, 120), "MouseArea");
+  EXPECT_EQ(at(100, 380), "");
+  EXPECT_EQ(at(-5, 5), "");
+}
+
+constexpr auto kList = R"(ApplicationWindow {
+  function close() { loader.active = false }
+  Loader { id: loader; anchors.fill: parent
+    sourceComponent: ListView { objectName: 'list'; model: 100
+      delegate: ItemDelegate { width: 390; height: 60; text: 'Row ' + index } } } })";
+
+void drag(QWindow& window, int from, int to) {
+  QTest::mousePress(&window, Qt::LeftButton, {}, {200, from});
+  const int step = from < to ? 10 : -10;
+  for (int y = from; y != to; y += step) QTest::mouseMove(&window, {200, y}, 4);
+}
+
+TEST(QuickInput, TellsWhenAListBeginsAndEndsToScroll) {
+  QmlApp app(QmlApp::Documents{{"Main", kList}});
+  Hands hands;
+  drag(app.window(), 600, 300);
+  EXPECT_EQ(hands.scrolls, Strings{"+ListView"});
+  QTest::mouseRelease(&app.window(), Qt::LeftButton, {}, {200, 300}, 4);
+  EXPECT_TRUE(hands.operated.empty()) << "the list has taken the press away from its row";
+  EXPECT_TRUE(waitUntil([&] { return hands.scrolls.size() == 2; }));
+  EXPECT_EQ(hands.scrolls.back(), "-ListView");
+  QTest::mouseClick(&app.window(), Qt::LeftButton, {}, {200, 300});
+  EXPECT_EQ(hands.operated.size(), 1u) << "a tap on a row";
+  turnWheel(app.window(), {200, 300}, -240);
+  EXPECT_TRUE(waitUntil([&] { return hands.scrolls.size() == 4; }));
+  EXPECT_EQ(hands.scrolls.back(), "-ListView");
+}
+
+TEST(QuickInput, EndsTheScrollOfAListThatDies) {
+  QmlApp app(QmlApp::Documents{{"Main", kList}});
+  Hands hands;
+  drag(app.window(), 600, 300);
+  ASSERT_EQ(hands.scrolls, Strings{"+ListView"});
+  app.call("close");
+  EXPECT_TRUE(waitUntil([&] { return hands.scrolls.size() == 2; }));
+  QTest::mouseRelease(&app.window(), Qt::LeftButton, {}, {200, 300});
+  QTest::qWait(50);
+  EXPECT_EQ(hands.scrolls.size(), 2u);
+}
+
+}  // namespace
+}  // namespace zarn::testing

@@ -1,0 +1,108 @@
+// What is told of a person's hands on an app of Widgets.
+#include <QLabel>
+#include <QLineEdit>
+#include <QPushButton>
+#include <QScrollArea>
+#include <QScrollBar>
+#include <QTest>
+#include <QVBoxLayout>
+#include <QWindow>
+#include <memory>
+
+#include "base/text_arena.h"
+#include "qml_app.h"
+#include "qt/input_events.h"
+#include "qt/widget_views.h"
+
+namespace zarn::testing {
+namespace {
+
+struct Form : QWidget {
+  Form() {
+    auto& layout = *new QVBoxLayout(this);
+    for (QWidget* const widget :
+         std::initializer_list<QWidget*>{&send, &off, &field, &label, &area}) {
+      layout.addWidget(widget);
+    }
+    off.setEnabled(false);
+    auto* const content = new QWidget;
+    content->setFixedSize(300, 3000);
+    area.setWidget(content);
+    resize(390, 844);
+    show();
+    EXPECT_TRUE(QTest::qWaitForWindowActive(this));
+    events.listen({.tapped = [this](const platform::Touch&) { ++taps; },
+                   .activated =
+                       [this](const platform::View& control) {
+                         base::TextArena arena;
+                         operated.push_back(std::string(control.text(arena)));
+                       },
+                   .scrollBegan = [this](const platform::View&) { ++begun; },
+                   .scrollEnded = [this](const platform::View&) { ++ended; }});
+  }
+  ~Form() override {
+    for (QWidget* const widget :
+         std::initializer_list<QWidget*>{&send, &off, &field, &label, &area}) {
+      widget->setParent(nullptr);
+    }
+  }
+  /// By the window, as from the system: not straight to the widget.
+  void click(const QWidget& widget) {
+    QTest::mouseClick(windowHandle(), Qt::LeftButton, {},
+                      widget.mapTo(this, widget.rect().center()));
+  }
+
+  QPushButton send{"Send"};
+  QPushButton off{"Off"};
+  QLineEdit field;
+  QLabel label{"Only text"};
+  QScrollArea area;
+  qt::QtInputEvents events;
+  int taps = 0;
+  std::vector<std::string> operated;
+  int begun = 0;
+  int ended = 0;
+};
+
+TEST(WidgetInput, TellsOfTapsOnceAndOfTheControlsThatTheyOperate) {
+  Form form;
+  form.click(form.send);
+  form.click(form.off);
+  form.click(form.field);
+  form.click(form.label);
+  EXPECT_EQ(form.taps, 4);
+  EXPECT_EQ(form.operated, std::vector<std::string>{"Send"});
+  const QPoint send = form.send.mapTo(&form, form.send.rect().center());
+  QTest::mousePress(form.windowHandle(), Qt::LeftButton, {}, send);
+  QTest::mouseRelease(form.windowHandle(), Qt::LeftButton, {}, {200, 700});
+  EXPECT_EQ(form.taps, 4);
+  EXPECT_EQ(form.operated.size(), 1u);
+  const auto hit = form.events.hitTest(qt::widgetView(&form), {double(send.x()), double(send.y())});
+  EXPECT_EQ(qt::widgetOf(hit), &form.send);
+}
+
+TEST(WidgetInput, TellsWhenAnAreaBeginsAndEndsToScroll) {
+  Form form;
+  form.area.verticalScrollBar()->setValue(40);
+  EXPECT_EQ(form.begun, 0) << "the app did that";
+  const QPoint at = form.area.mapTo(&form, form.area.rect().center());
+  for (int i = 0; i < 3; ++i) turnWheel(*form.windowHandle(), at, -120);
+  EXPECT_EQ(form.begun, 1);
+  EXPECT_EQ(form.ended, 0);
+  EXPECT_TRUE(waitUntil([&] { return form.ended == 1; }));
+  // Held at the bar's handle without a move, it goes on.
+  auto& bar = *form.area.verticalScrollBar();
+  bar.setValue(0);
+  const QPoint handle = bar.mapTo(&form, QPoint(bar.width() / 2, 20));
+  QTest::mousePress(form.windowHandle(), Qt::LeftButton, {}, handle);
+  for (int y = 0; y <= 60; y += 10) QTest::mouseMove(form.windowHandle(), handle + QPoint(0, y), 4);
+  QTest::qWait(300);
+  EXPECT_EQ(form.begun, 2);
+  EXPECT_EQ(form.ended, 1);
+  QTest::mouseRelease(form.windowHandle(), Qt::LeftButton, {}, handle + QPoint(0, 60));
+  EXPECT_TRUE(waitUntil([&] { return form.ended == 2; }));
+  EXPECT_EQ(form.begun, 2);
+}
+
+}  // namespace
+}  // namespace zarn::testing
