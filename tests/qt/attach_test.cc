@@ -75,23 +75,49 @@ TEST(AttachProcess, Run) {
   EXPECT_FALSE(platform::processHost().dispatch.main().isCurrent());
 }
 
+/// The app dies at the end of main, with a timer of ours set.
+TEST(AttachProcess, RunWithoutALoop) {
+  if (!::getenv(kFolder)) GTEST_SKIP() << "runs in a process that another test starts";
+  desktop::describeHost({.bundleId = "com.example.shop", .dataDirectory = ::getenv(kFolder)});
+  attach(*qApp);
+  Zarn::configure("wk_test_x_qt_abc", {.apiHost = ::getenv(kServer)});
+  auto& main = platform::processHost().dispatch.main();
+  main.postAfter(base::seconds(3600), [] {});
+  QCoreApplication::processEvents();
+  main.post([] {});
+}
+
+/// The end of a process of its own that runs one of the tests above.
+int runInProcess(const char* filter, const std::string& folder, const std::string& server) {
+  const pid_t child = ::fork();
+  if (child == 0) {
+    ::setenv(kFolder, folder.c_str(), 1);
+    ::setenv(kServer, server.c_str(), 1);
+    ::execl("/proc/self/exe", "qt_tests", filter, nullptr);
+    ::_exit(127);
+  }
+  int status = -1;
+  ::waitpid(child, &status, 0);
+  return status;
+}
+
 TEST(Attach, GivesAClientThatLivesInTheLoopAndOutlivesIt) {
   testing::LoopbackServer server;
   server.answerBy(welcome);
   const testing::TempDirectory folder;
-  const pid_t child = ::fork();
-  if (child == 0) {
-    ::setenv(kFolder, folder.path().c_str(), 1);
-    ::setenv(kServer, server.url("").c_str(), 1);
-    ::execl("/proc/self/exe", "qt_tests", "--gtest_filter=AttachProcess.*", nullptr);
-    ::_exit(127);
-  }
-  int status = 0;
-  ASSERT_EQ(::waitpid(child, &status, 0), child);
-  EXPECT_EQ(status, 0);
+  EXPECT_EQ(runInProcess("--gtest_filter=AttachProcess.Run", folder.path(), server.url("")), 0);
   std::string sent;
   for (const auto& request : server.requests()) sent += request.body;
   EXPECT_NE(sent.find("after the loop"), std::string::npos) << sent;
+}
+
+TEST(Attach, LetsAnAppEndThatRanNoLoop) {
+  testing::LoopbackServer server;
+  server.answerBy(welcome);
+  const testing::TempDirectory folder;
+  EXPECT_EQ(
+      runInProcess("--gtest_filter=AttachProcess.RunWithoutALoop", folder.path(), server.url("")),
+      0);
 }
 
 }  // namespace
