@@ -161,23 +161,25 @@ void Capture::noteTap() {
   }
 }
 
-void Capture::enter(const ScreenSeen& seen, std::vector<model::NameCandidate> candidates) {
-  const std::string screenId = model::screenFingerprint(seen.observation.structureHash);
-  const Boundaries now = actions_.boundaries();
-  flow_.enter({.screenId = screenId,
+void Capture::enter(const ScreenSeen& seen, std::vector<model::NameCandidate> candidates,
+                    Boundaries now) {
+  flow_.enter({.screenId = model::screenFingerprint(seen.observation.structureHash),
                .screenName = seen.name,
                .nameCandidates = std::move(candidates),
                .triggerKind = std::nullopt,
                .triggerViewClass = seen.className},
               now);
-  transitions_.recordArrival(screenId, screenId, now, parts_.clock.monotonic());
 }
 
 void Capture::tellScreen(const platform::Screen& screen, const ScreenSeen& seen,
                          const std::vector<model::NameCandidate>& candidates) {
   leaveScreenBreadcrumb(seen.name, seen.className);
-  enter(seen, candidates);
+  const std::string screenId = model::screenFingerprint(seen.observation.structureHash);
+  const Boundaries now = actions_.boundaries();
+  enter(seen, candidates, now);
+  transitions_.recordArrival(screenId, screenId, now, parts_.clock.monotonic());
   actions_.admit(EventType::screenView, seen.name, appearanceProperties(seen, candidates));
+  states_.appeared(screen, seen.observation.state);
   if (actions_.offer) actions_.offer(screen, seen);
 }
 
@@ -192,8 +194,10 @@ void Capture::tellTab(const platform::Screen& tabs, const platform::Screen& sele
   const platform::View view = leaf.view();
   if (!view) return;
   seen.observation = observer_.observe(view);
-  // The toolkit need not report an appearance besides; where it does, the visit just goes on.
-  enter(seen, {});
+  // The toolkit need not report an appearance besides; where it does, the visit just goes on. A
+  // choice of a tab is no arrival: what it took is the user's own time.
+  enter(seen, {}, actions_.boundaries());
+  states_.appeared(leaf, seen.observation.state);
   if (actions_.offer) actions_.offer(leaf, seen);
 }
 

@@ -107,7 +107,7 @@ class Capture {
   void laidOut(const platform::Screen& screen);
   void noteTap();
   void flush();
-  void enter(const ScreenSeen& seen, std::vector<model::NameCandidate> candidates);
+  void enter(const ScreenSeen& seen, std::vector<model::NameCandidate> candidates, Boundaries now);
   void tellScreen(const platform::Screen& screen, const ScreenSeen& seen,
                   const std::vector<model::NameCandidate>& candidates);
   void tellTab(const platform::Screen& tabs, const platform::Screen& selected,
