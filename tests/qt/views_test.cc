@@ -164,8 +164,16 @@ TEST_F(QuickViewsTest, MarksWhatAnAppSaysIsPrivate) {
   EXPECT_FALSE(quickView(plain).facts().isMarkedPrivate);
   setRedacted(*plain, true);
   EXPECT_TRUE(quickView(plain).facts().isMarkedPrivate);
-  delete plain;
-  EXPECT_EQ(noteOf(*plain), nullptr);  // by its address only
+  setRedacted(*plain, false);
+  EXPECT_FALSE(isRedacted(*plain));
+
+  alignas(QObject) std::byte place[sizeof(QObject)];
+  for (int i = 0; i < 2; ++i) {
+    auto* const made = new (place) QObject;
+    EXPECT_FALSE(isRedacted(*made));  // whatever has died there
+    setRedacted(*made, true);
+    made->~QObject();
+  }
 
   EXPECT_TRUE(quickView(popupItemWith(scene, "inPopup")).facts().isMarkedPrivate);
   EXPECT_FALSE(quickView(popupItemWith(scene, "inOther")).facts().isMarkedPrivate);
