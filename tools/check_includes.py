@@ -59,7 +59,7 @@ def allowed(path, quoted, target):
     if path.parts[0] == "examples":
         return "/" not in target
     if path.parts[0] in ("bench", "fuzz"):
-        return "/" not in target or top in LEVEL or top in ("desktop", "support")
+        return "/" not in target or top in LEVEL or top in ("desktop", "qt", "support")
     return top in ("base", "platform", "support")  # tests/support
 
 
