@@ -19,20 +19,27 @@ ScreenStateTracker::ScreenStateTracker(base::Executor& main, const platform::Clo
       observer_(observer),
       onStateChange_(std::move(onStateChange)) {}
 
+void ScreenStateTracker::appeared(const platform::Screen& screen, model::ScreenState state) {
+  remembered(screen).toldState = state;
+}
+
 void ScreenStateTracker::layoutChanged(const platform::Screen& screen) {
   if (scrolling_.isScrolling()) return;
-  const std::uint64_t id = screen.id();
-  auto* entry = memory_.find(id);
+  Memory& memory = remembered(screen);
+  if (memory.isSystem) return;
+  memory.dueAt = clock_.monotonic() + kRest;
+  if (std::exchange(memory.isPending, true)) return;
+  checkAfter(kRest, screen.id());
+}
+
+ScreenStateTracker::Memory& ScreenStateTracker::remembered(const platform::Screen& screen) {
+  auto* entry = memory_.find(screen.id());
   if (entry == nullptr) {
     arena_.reset();
     entry = &memory_.add(screen,
                          {.isSystem = screens::isSystemScreen(screen, screen.classText(arena_))});
   }
-  Memory& memory = entry->kept;
-  if (memory.isSystem) return;
-  memory.dueAt = clock_.monotonic() + kRest;
-  if (std::exchange(memory.isPending, true)) return;
-  checkAfter(kRest, id);
+  return entry->kept;
 }
 
 void ScreenStateTracker::checkAfter(base::Duration delay, std::uint64_t id) {
@@ -58,8 +65,11 @@ void ScreenStateTracker::look(const platform::Screen& screen, std::uint64_t id) 
   const model::ScreenObservation observation = observer_.observe(view);
   auto* const entry = memory_.find(id);
   if (observation.structureHash == 0 || entry == nullptr) return;
+  const auto told = std::exchange(entry->kept.toldState, std::nullopt);
   const auto last = std::exchange(entry->kept.lastHash, observation.structureHash);
-  if (last && *last != observation.structureHash) onStateChange_(screen, observation);
+  const bool hasChanged =
+      told ? *told != observation.state : last && *last != observation.structureHash;
+  if (hasChanged) onStateChange_(screen, observation);
 }
 
 }  // namespace zarn::capture

@@ -36,8 +36,11 @@ class ScreenStateTracker {
                      const screens::ScrollObserver& scrolling, screens::ScreenObserver& observer,
                      OnStateChange onStateChange);
 
+  /// The screen has been told of as it came into sight, mostly before it is at rest: the next look
+  /// tells of it again only when it is in another state by then.
+  void appeared(const platform::Screen& screen, model::ScreenState state);
   /// Views of a screen in sight have come, gone or changed. What moves while the user scrolls
-  /// doesn't count. The first look at a screen only remembers its shape.
+  /// doesn't count. The first look at a screen that was not told of only remembers its shape.
   void layoutChanged(const platform::Screen& screen);
 
   /// Screens that are remembered; some may have died a short while ago.
@@ -49,7 +52,9 @@ class ScreenStateTracker {
     bool isPending = false;
     base::Duration dueAt{};
     std::optional<std::uint64_t> lastHash = std::nullopt;
+    std::optional<model::ScreenState> toldState = std::nullopt;  // since the last look
   };
+  Memory& remembered(const platform::Screen& screen);
   void checkAfter(base::Duration delay, std::uint64_t id);
   void check(std::uint64_t id);
   void look(const platform::Screen& screen, std::uint64_t id);
