@@ -16,6 +16,13 @@
 namespace zarn::core {
 namespace {
 
+void updateScreenshots(Pipeline& pipeline, const std::optional<model::ScreenshotsConfig>& config) {
+  const auto app = pipeline.appId.get();
+  const std::string release = pipeline.transport.releaseId();
+  pipeline.screenshots->update(config, app ? std::optional(*app) : std::nullopt,
+                               release.empty() ? std::nullopt : std::optional(release));
+}
+
 /// Producers are there before the first policy, and all of them outlive the last.
 control::PolicyTargets policyTargets(Pipeline& pipeline) {
   control::PolicyTargets targets;
@@ -26,10 +33,7 @@ control::PolicyTargets policyTargets(Pipeline& pipeline) {
   targets.network = networkTargets(pipeline);
   targets.push = pushTargets(pipeline);
   targets.setScreenshots = [&](const std::optional<model::ScreenshotsConfig>& config) {
-    const auto app = pipeline.appId.get();
-    const std::string release = pipeline.transport.releaseId();
-    pipeline.screenshots->update(config, app ? std::optional(*app) : std::nullopt,
-                                 release.empty() ? std::nullopt : std::optional(release));
+    updateScreenshots(pipeline, config);
   };
   targets.collectContext = [&] {
     pipeline.transport.setEnrichedContext(pipeline.enrichedContext.collect());
@@ -46,6 +50,9 @@ runtime::AnswerTargets answerTargets(Pipeline& pipeline) {
           .setAppId =
               [&](const std::string& id) {
                 pipeline.appId.publish(std::make_shared<const std::string>(id));
+                // The policy may have come first, by another answer, and this one's not count.
+                const auto policy = pipeline.remoteConfig.get();
+                updateScreenshots(pipeline, policy ? policy->screenshots : std::nullopt);
               },
           .latestRemoteConfig = [&] { return pipeline.remoteConfig.get(); }};
 }
