@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
-# Two stories against a collector of their own, each of which ends with what the collector's records
-# say: a shop, whose server misbehaves and which is killed, and a visitor who makes use of their
-# privacy. On a terminal it stays for the viewer; its exit code says whether everything held.
+# Three stories against a collector of their own, each of which ends with what the collector's records
+# say: a phone app whose screens are found by themselves while somebody uses it, and meanwhile a shop,
+# whose server misbehaves and which is killed, and a visitor who makes use of their privacy. On a
+# terminal it stays for the viewer; its exit code says whether everything held.
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 
@@ -10,9 +11,10 @@ data=$(mktemp -d)
 url=
 collector=
 child=  # a host that runs in the background
+app=    # the phone app, which runs beside all else
 
 cleanup() {
-  kill $collector $child 2>/dev/null || true
+  kill $collector $child $app 2>/dev/null || true
   wait
   rm -rf "$data"
 }
@@ -37,9 +39,13 @@ api() { curl --fail --silent --show-error "$url/api/collector/$1" "${@:2}"; }
 
 source tools/demo_shop.sh
 source tools/demo_visitor.sh
+source tools/demo_pocket_shop.sh
 
 start_collector
 echo "The collector's viewer: $url"
+echo "Somebody uses a phone app, the pocket shop, while the next two stories are told"
+pocket_visit &
+app=$!
 wrong=0
 printf '\nA shop, its server and bad luck\n'
 shop_visits
@@ -48,6 +54,11 @@ shop_report || wrong=1
 printf '\nA visitor and their privacy\n'
 visitor_scenes
 visitor_report || wrong=1
+printf '\nA phone app that names none of its screens\n'
+echo "Somebody signs in, looks around, buys, and closes it"
+wait $app || wrong=1
+app=
+pocket_report || wrong=1
 outcome=$wrong
 if [[ -t 0 && -t 1 ]]; then
   echo

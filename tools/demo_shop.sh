@@ -13,11 +13,11 @@ shop() {
 
 of_launch() { grep -c "^$1-" "$2" || true; }
 
-# start_visit LAUNCH WHAT [FAULT]: a visit while the server has the fault.
+# start_visit LAUNCH WHAT [FAULT]: a visit while the server has the fault, for this shop alone.
 start_visit() {
   echo "Launch $1: $2"
   api faults -X DELETE >/dev/null
-  [[ -z ${3:-} ]] || api faults --json "$3" >/dev/null
+  [[ -z ${3:-} ]] || api faults --json "{\"project\": \"harbour\", $3}" >/dev/null
   shop "$1" &
   child=$!
 }
@@ -37,14 +37,14 @@ killed_visit() {
 shop_visits() {
   visit 1 "the server is well"
   visit 2 "the server answers 503 twice" \
-    '{"endpoint": "batch", "kind": "status", "status": 503, "count": 2}'
+    '"endpoint": "batch", "kind": "status", "status": 503, "count": 2'
   visit 3 "an answer breaks off after the events were kept" \
-    '{"endpoint": "batch", "kind": "cut", "keep": true, "count": 1}'
+    '"endpoint": "batch", "kind": "cut", "keep": true, "count": 1'
   killed_visit 4 "the server is slow, and the shop is killed in mid-visit" \
-    '{"endpoint": "batch", "kind": "delay", "delay_ms": 300}'
+    '"endpoint": "batch", "kind": "delay", "delay_ms": 300'
   visit 5 "the server wants every fifth event again later" \
-    '{"endpoint": "batch", "kind": "outcomes", "outcome": "transient", "every": 5, "count": 2}'
-  visit 6 "the server closes every connection" '{"kind": "drop"}'
+    '"endpoint": "batch", "kind": "outcomes", "outcome": "transient", "every": 5, "count": 2'
+  visit 6 "the server closes every connection" '"kind": "drop"'
   api faults -X DELETE >/dev/null
 }
 

@@ -7,7 +7,11 @@ def milliseconds: (.[0:19] + "Z" | fromdateiso8601) * 1000 + (.[20:23] | tonumbe
 | def mark($name): $lines[] | select(.mark == $name);
 
   ($events[0].events | map(.event)) as $arrived
-| ($requests[0].requests | map(.at = (.received_at | milliseconds))) as $all_requests
+# Those of the phone app, which runs at the same time, are none of the visitor's.
+| ($requests[0].requests
+   | map(select((.head + (.body // "")) | contains("wk_demo_x_pocket") or contains("\"pocket\"")
+       or contains("project_id=pocket") | not) | .at = (.received_at | milliseconds)))
+  as $all_requests
 | [$lines[] | select(.step)] as $steps
 | [$lines[] | select(.mark == "launch")] as $launches
 | mark("optOut").to as $opted_out

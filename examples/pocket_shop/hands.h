@@ -27,6 +27,9 @@ class Hands {
   /// that has come to rest. Throws Stuck when it takes too long.
   QQuickItem& await(const QString& name);
 
+  /// Where that is in the window.
+  QRectF placeOf(const QString& name) { return placeOf(await(name)); }
+
   void tap(const QString& name);
   /// Taps the field, and then each key; throws Stuck unless the field has the text afterwards.
   void type(const QString& field, const QString& text);

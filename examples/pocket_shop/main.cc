@@ -1,7 +1,7 @@
 // A small shop as a phone app, in Qt Quick. It says who it is and where its server is, and calls
 // the library for purchases and its customer: its screens, taps and flows are found without a word.
 //
-//   zarn-pocket-shop [--server URL] [--data DIR]
+//   zarn-pocket-shop [--server URL] [--data DIR] [--debug]
 //   zarn-pocket-shop --visit [--record FILE] [--pace MS]     a visitor uses it, by mouse and keys
 //   zarn-pocket-shop --open N                                opens and closes N pages
 #include <QCommandLineParser>
@@ -31,6 +31,7 @@ constexpr int kCanNotGoOn = 1;
 struct Options {
   std::string server, data;
   bool visit = false;
+  bool debug = false;
   QString record;
   milliseconds pace{0};
   int pages = 0;
@@ -41,16 +42,18 @@ Options parse(const QCoreApplication& app) {
   parser.addHelpOption();
   parser.addOptions({{"server", "Where events go.", "url", "http://127.0.0.1:8090"},
                      {"data", "Where the library keeps its files.", "directory"},
+                     {"debug", "Says what the library does."},
                      {"visit", "A visitor uses the app, and closes it."},
                      {"record", "What the visitor writes.", "file"},
                      {"pace", "How long the visitor looks at a screen.", "ms", "1800"},
-                     {"answer-after", "How long the shop's own server takes.", "ms", "1000"},
+                     {"answer-after", "How long the shop's own server takes.", "ms", "1500"},
                      {"open", "Opens and closes so many pages.", "count", "0"}});
   parser.process(app);
   ShopServer::instance().delay = milliseconds(parser.value("answer-after").toInt());
   return {.server = parser.value("server").toStdString(),
           .data = parser.value("data").toStdString(),
           .visit = parser.isSet("visit"),
+          .debug = parser.isSet("debug"),
           .record = parser.value("record"),
           .pace = milliseconds(parser.value("pace").toInt()),
           .pages = parser.value("open").toInt()};
@@ -62,7 +65,7 @@ void startAnalytics(QGuiApplication& app, const Options& options) {
                                .version = "3.0.2",
                                .dataDirectory = options.data});
   zarn::qt::attach(app);
-  Zarn::configure("wk_demo_x_pocket_shop", {.apiHost = options.server});
+  Zarn::configure("wk_demo_x_pocket_shop", {.apiHost = options.server, .debug = options.debug});
 }
 
 bool visit(QQuickWindow& window, const Options& options) {

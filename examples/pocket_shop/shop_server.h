@@ -12,7 +12,7 @@ class ShopServer {
   static ShopServer& instance();
 
   /// How long every answer takes.
-  std::chrono::milliseconds delay{1000};
+  std::chrono::milliseconds delay{1500};
 
   /// The categories for "categories", else what there is in the category of that name. Nothing
   /// stands for a server that can't be reached: "offers" has this trouble the first time.

@@ -55,6 +55,13 @@ void VisitRecord::secret(const QString& what, const QString& text) {
   write({{"kind", "secret"}, {"what", what}, {"text", text}});
 }
 
+void VisitRecord::hidden(const QString& what, const QRectF& place) {
+  write({{"kind", "hidden"},
+         {"what", what},
+         {"screen", name_},
+         {"place", QJsonArray{place.x(), place.y(), place.width(), place.height()}}});
+}
+
 void VisitRecord::end() {
   leave(now());
   write({{"kind", "end"}, {"screens", screens_}, {"transitions", transitions_}});

@@ -5,12 +5,15 @@
 //    "left":...,"taps":2,"scrolls":1}                       in the order of the visit
 //   {"kind":"transition","from":"Login","to":"Catalogue","by":"tap","at":...,"elapsed":...}
 //   {"kind":"secret","what":"password","text":"..."}        must be nowhere
+//   {"kind":"hidden","what":"password","screen":"Login","place":[24,380,342,50]}
+//                                                          black in every picture of the screen
 //   {"kind":"end","screens":19,"transitions":18}
 #pragma once
 
 #include <QFile>
 #include <QJsonArray>
 #include <QJsonObject>
+#include <QRectF>
 #include <QString>
 
 class VisitRecord {
@@ -26,6 +29,8 @@ class VisitRecord {
   void tap();
   void scroll();
   void secret(const QString& what, const QString& text);
+  /// In the window, on the screen in sight.
+  void hidden(const QString& what, const QRectF& place);
   /// The visitor closes the app.
   void end();
 

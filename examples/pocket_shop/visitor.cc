@@ -15,6 +15,7 @@ void Visitor::signIn() {
   see("emailField", "Login", "normal", "start");
   typeSecret("emailField", "mara.lindqvist@example.com");
   typeSecret("passwordField", "sw0rdfish-harbour");
+  noteHidden("passwordField");
   hands_.tap("revealButton");
   look();
   hands_.tap("signInButton");
@@ -86,6 +87,9 @@ void Visitor::buy() {
   typeSecret("cardField", "4000123499567897");
   hands_.type("expiryField", "09/31");
   hands_.type("cvcField", "739");
+  for (const char* field : {"nameField", "phoneField", "noteField", "cardField", "cvcField"}) {
+    noteHidden(field);
+  }
   look();
   hands_.scroll("checkoutForm", 200);
   hands_.tap("placeOrder");
@@ -100,6 +104,8 @@ void Visitor::lookAtAccount() {
   hands_.tap("accountTab");
   see("signOutButton", "Account", "normal", "tab");
   record_.secret("address", "Fyrstikkbakken 14");
+  noteHidden("customerName");
+  noteHidden("customerAddress");
   look();
   hands_.tap("signOutButton");
   hands_.tap("dialogNo");
@@ -114,6 +120,7 @@ void Visitor::lookAtAccount() {
   hands_.tap("helpRow");
   see("helpSite", "Help", "normal");
   record_.secret("in the web view", "20417733");
+  noteHidden("helpSite");
   look();
   hands_.tap("backButton");
   see("helpRow", "Account", "normal");
@@ -138,6 +145,10 @@ void Visitor::seeChange(const QString& mark, const QString& state) {
 void Visitor::look() {
   const auto time = known_.insert(name_).second ? pace_ : pace_ / 4;
   hands_.rest(time - std::chrono::milliseconds(looking_.elapsed()));
+}
+
+void Visitor::noteHidden(const QString& mark) {
+  record_.hidden(mark, hands_.placeOf(mark));
 }
 
 void Visitor::typeSecret(const QString& field, const QString& text) {

@@ -34,6 +34,8 @@ class Visitor {
   void seeChange(const QString& mark, const QString& state);
   /// Until it has been looked at for long enough.
   void look();
+  /// Nobody else must see it.
+  void noteHidden(const QString& mark);
   void typeSecret(const QString& field, const QString& text);
 
   Hands hands_;

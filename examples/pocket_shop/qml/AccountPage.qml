@@ -27,6 +27,7 @@ ShopPage {
                 width: parent.width - 2 * Theme.gap
                 spacing: 4
                 Label {
+                    objectName: "customerName"
                     text: Customer.name
                     font.pixelSize: Theme.large
                     font.weight: Font.DemiBold
@@ -39,6 +40,7 @@ ShopPage {
                     color: Theme.faint
                 }
                 Label {
+                    objectName: "customerAddress"
                     Layout.topMargin: 8
                     text: Customer.address
                     font.pixelSize: Theme.small
