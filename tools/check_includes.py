@@ -28,7 +28,7 @@ HIDDEN = {
     "httplib.h": ("collector/", "examples/"),
     "pcre2.h": ("src/base/", "src/redaction/"),
     "curl/": ("backends/desktop/", "tests/support/", "examples/"),
-    "openssl/": ("backends/desktop/", "collector/server/digest"),
+    "openssl/": ("backends/desktop/", "collector/server/digest", "collector/server/base64"),
     "linux/": "backends/desktop/",
     "Q": ("backends/qt/", "examples/pocket_shop/", "bench/"),  # Qt
 }
