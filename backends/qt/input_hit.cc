@@ -6,6 +6,7 @@
 #include <QQuickWindow>
 #include <QWidget>
 #include <algorithm>
+#include <limits>
 
 #include "qt/class_kinds.h"
 #include "qt/quick_views.h"
@@ -27,33 +28,33 @@ bool hasModalPopup(const QQuickItem& overlay) {
   });
 }
 
-// Texts take presses for the sake of the links that they might hold.
 bool takesPresses(QQuickItem& item) {
-  switch (itemClass(item)) {
-    case ItemClass::text:
-      return false;
-    case ItemClass::overlay:
-      return hasModalPopup(item);
-    default:
-      break;
-  }
+  if (itemClass(item) == ItemClass::overlay) return hasModalPopup(item);
   if (item.acceptedMouseButtons() != Qt::NoButton || item.acceptTouchEvents()) return true;
   return quickView(&item).facts().hasTapGesture;
 }
 
+// To find the place in an item costs much more than these questions.
+bool cannotBeTouched(const QQuickItem& item, const QList<QQuickItem*>& children) {
+  return children.isEmpty() && item.children().isEmpty() &&
+         item.acceptedMouseButtons() == Qt::NoButton && !item.acceptTouchEvents();
+}
+
 struct HitSearch {
-  bool onlyTouched = true;
   int budget = kBudget;
 
   // In the order in which presses are delivered: from the front to the back.
-  QQuickItem* find(QQuickItem& item, QPointF point, int depth) {
-    if (!item.isVisible() || --budget < 0 || depth > kMaxDepth) return nullptr;
-    if (onlyTouched && !item.isEnabled()) return nullptr;
+  QQuickItem* find(QQuickItem& item, const QQuickItem* parent, QPointF pointInParent, int depth) {
+    if (!item.isVisible() || !item.isEnabled() || --budget < 0 || depth > kMaxDepth) return nullptr;
+    const QList<QQuickItem*> children = item.childItems();
+    // Texts take presses too, for the sake of the links that they might hold.
+    if (cannotBeTouched(item, children) || itemClass(item) == ItemClass::text) return nullptr;
+    const QPointF point =
+        parent != nullptr ? item.mapFromItem(parent, pointInParent) : pointInParent;
     const bool isInside = item.contains(point);
     if (item.clip() && !isInside) return nullptr;
-    const QList<QQuickItem*> children = item.childItems();
     if (QQuickItem* const hit = findIn(children, item, point, depth, true)) return hit;
-    if (isInside && (onlyTouched ? takesPresses(item) : depth > 0)) return &item;
+    if (isInside && takesPresses(item)) return &item;
     return findIn(children, item, point, depth, false);
   }
 
@@ -72,9 +73,7 @@ struct HitSearch {
       for (qsizetype i = children.size() - 1; i >= 0; --i) {
         QQuickItem& child = *children[i];
         if (child.z() != height) continue;
-        if (QQuickItem* const hit = find(child, child.mapFromItem(&parent, point), depth + 1)) {
-          return hit;
-        }
+        if (QQuickItem* const hit = find(child, &parent, point, depth + 1)) return hit;
       }
       below = height;
     }
@@ -143,11 +142,7 @@ bool isFlickable(const QQuickItem& item) {
 }  // namespace
 
 QQuickItem* touchedItem(QQuickItem& root, QPointF point) {
-  return HitSearch{.onlyTouched = true}.find(root, point, 0);
-}
-
-QQuickItem* seenItem(QQuickItem& root, QPointF point) {
-  return HitSearch{.onlyTouched = false}.find(root, point, 0);
+  return HitSearch().find(root, nullptr, point, 0);
 }
 
 QWidget* touchedWidget(QWidget& window, QPointF point) {
@@ -165,12 +160,17 @@ QWidget* widgetIn(const QWindow& window) {
   return nullptr;
 }
 
-QObject* controlAt(QWindow& window, QPointF point) {
+QObject* touchedObject(QWindow& window, QPointF point) {
   if (auto* const quick = qobject_cast<QQuickWindow*>(&window)) {
-    return controlFrom(touchedItem(*quick->contentItem(), point));
+    return touchedItem(*quick->contentItem(), point);
   }
   QWidget* const widget = widgetIn(window);
-  return widget != nullptr ? controlFrom(touchedWidget(*widget, point)) : nullptr;
+  return widget != nullptr ? touchedWidget(*widget, point) : nullptr;
+}
+
+QObject* controlOf(QObject* touched) {
+  if (auto* const item = qobject_cast<QQuickItem*>(touched)) return controlFrom(item);
+  return controlFrom(qobject_cast<QWidget*>(touched));
 }
 
 QObject* operatedControl(QObject* pressed, QPointerEvent& release, QPointF point) {

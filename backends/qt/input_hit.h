@@ -13,16 +13,16 @@ namespace zarn::qt {
 
 /// The topmost item at this point, in the coordinates of `root`, that takes presses; null without.
 QQuickItem* touchedItem(QQuickItem& root, QPointF point);
-/// The topmost item there that is seen.
-QQuickItem* seenItem(QQuickItem& root, QPointF point);
 /// The widget there, down to the smallest; null outside.
 QWidget* touchedWidget(QWidget& window, QPointF point);
+/// One or the other.
+QObject* touchedObject(QWindow& window, QPointF point);
 /// The widget that fills a window of Widgets; null for another window.
 QWidget* widgetIn(const QWindow& window);
 
-/// The control that a press there would operate, an item or a widget; null without one. A field to
-/// type into is none.
-QObject* controlAt(QWindow& window, QPointF point);
+/// The control that a press on this item or widget would operate, one or the other as well; null
+/// without one. A field to type into is none.
+QObject* controlOf(QObject* touched);
 /// The control that a release there operates, after a press on `pressed`: none when the press has
 /// been taken away from it, or when the release is outside.
 QObject* operatedControl(QObject* pressed, QPointerEvent& release, QPointF point);

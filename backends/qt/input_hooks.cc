@@ -90,7 +90,7 @@ void InputHooks::handle(QWindow& window, QEvent& event) {
       giveUp();
       return;
     case QEvent::Wheel:
-      scrolls_.wheeled(window, static_cast<QWheelEvent&>(event).position());
+      scrolls_.wheeled(touchedObject(window, static_cast<QWheelEvent&>(event).position()));
       return;
     default:
       mouse(window, event);
@@ -133,8 +133,9 @@ void InputHooks::touch(QWindow& window, QEvent& event) {
 
 void InputHooks::press(QWindow& window, QPointF at, bool isTouch) {
   press_ = {.window = &window, .at = at, .control = nullptr, .isTouch = isTouch, .isTap = true};
-  press_.control = controlAt(window, at);
-  scrolls_.pressed(window, at);
+  QObject* const touched = touchedObject(window, at);
+  press_.control = controlOf(touched);
+  scrolls_.pressed(touched);
 }
 
 void InputHooks::move(QPointF at) {

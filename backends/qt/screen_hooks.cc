@@ -17,8 +17,8 @@ namespace {
 constexpr int kBetweenFrameScans = 100;
 constexpr int kBetweenChangeScans = 16;
 
-bool isInSight(const QWindow& window) {
-  return window.isVisible() && window.isExposed();
+bool hasScreens(QWindow* window) {
+  return window != nullptr && window->isVisible() && rootOf(*window);
 }
 
 }  // namespace
@@ -106,18 +106,15 @@ void ScreenHooks::timerEvent(QTimerEvent* event) {
   scan();
 }
 
+// Minimised or covered, a window keeps its place: to look away is not to leave.
 QWindow* ScreenHooks::windowInFront() {
-  const auto isCandidate = [](QWindow* window) {
-    return window != nullptr && isInSight(*window) && rootOf(*window);
-  };
-  if (QWindow* const focused = QGuiApplication::focusWindow(); isCandidate(focused)) {
-    front_ = focused;
-  }
-  if (isCandidate(front_)) return front_;
+  QWindow* const focused = QGuiApplication::focusWindow();
+  if (hasScreens(focused) && focused->isExposed()) front_ = focused;
+  if (hasScreens(front_)) return front_;
   front_ = nullptr;
   const auto windows = QGuiApplication::topLevelWindows();
   for (QWindow* const window : windows) {
-    if (isCandidate(window)) front_ = window;
+    if (hasScreens(window) && window->isExposed()) front_ = window;
   }
   return front_;
 }

@@ -47,6 +47,8 @@ class ScreenIds {
     return id;
   }
 
+  std::size_t count() const { return entries_.size(); }
+
  private:
   void forgetDead() {
     for (auto at = entries_.begin(); at != entries_.end();) {
@@ -65,11 +67,19 @@ class ScreenIds {
   std::uint64_t last_ = 0;
 };
 
+ScreenIds& screenIds() {
+  static auto& ids = *new ScreenIds;
+  return ids;
+}
+
 }  // namespace
 
 std::uint64_t screenId(QObject& object) {
-  static auto& ids = *new ScreenIds;
-  return ids.of(object);
+  return screenIds().of(object);
+}
+
+std::size_t numberedScreens() {
+  return screenIds().count();
 }
 
 ScreenRef rootOf(QQuickWindow& window) {

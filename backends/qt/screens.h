@@ -55,6 +55,8 @@ inline platform::Screen rootScreen(QWidget& window) {
 
 /// The number of an object: never given to another one, also after its death. GUI thread.
 std::uint64_t screenId(QObject& object);
+/// Objects that have one, or had until a short while ago.
+std::size_t numberedScreens();
 
 /// Knows when the object has died, which QML and Widgets may bring about at any time.
 template <typename T>

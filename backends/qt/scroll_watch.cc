@@ -10,7 +10,6 @@
 #include <algorithm>
 
 #include "base/fork_guard.h"
-#include "qt/input_hit.h"
 #include "qt/quick_views.h"
 #include "qt/screen_classes.h"
 #include "qt/widget_views.h"
@@ -39,9 +38,9 @@ QObject* windowOf(QObject& object) {
 
 }  // namespace
 
-void ScrollWatch::pressed(QWindow& window, QPointF point) {
+void ScrollWatch::pressed(QObject* touched) {
   isPressed_ = true;
-  watchAt(window, point);
+  watch(touched);
 }
 
 void ScrollWatch::released() {
@@ -49,17 +48,14 @@ void ScrollWatch::released() {
   sinceHand_.start();
 }
 
-void ScrollWatch::wheeled(QWindow& window, QPointF point) {
-  watchAt(window, point);
+void ScrollWatch::wheeled(QObject* touched) {
+  watch(touched);
 }
 
-void ScrollWatch::watchAt(QWindow& window, QPointF point) {
+void ScrollWatch::watch(QObject* touched) {
   sinceHand_.start();
-  if (auto* const quick = qobject_cast<QQuickWindow*>(&window)) {
-    watchFlickables(seenItem(*quick->contentItem(), point));
-  } else if (QWidget* const widget = widgetIn(window)) {
-    watchAreas(touchedWidget(*widget, point));
-  }
+  watchFlickables(qobject_cast<QQuickItem*>(touched));
+  watchAreas(qobject_cast<QWidget*>(touched));
 }
 
 void ScrollWatch::watchFlickables(QQuickItem* item) {

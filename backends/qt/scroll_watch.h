@@ -6,16 +6,14 @@
 #include <QBasicTimer>
 #include <QElapsedTimer>
 #include <QObject>
-#include <QPointF>
 #include <QPointer>
 #include <functional>
 #include <vector>
 
 #include "platform/view.h"
 
-class QAbstractScrollArea;
 class QQuickItem;
-class QWindow;
+class QWidget;
 
 namespace zarn::qt {
 
@@ -28,10 +26,11 @@ class ScrollWatch final : public QObject {
   ScrollWatch(QObject* parent, Tell began, Tell ended)
       : QObject(parent), began_(std::move(began)), ended_(std::move(ended)) {}
 
-  /// The user has put a finger or a button down at this place of the window, or takes it away.
-  void pressed(QWindow& window, QPointF point);
+  /// The user has put a finger or a button down on this item or widget, or takes it away. Null when
+  /// it lies beside all of them.
+  void pressed(QObject* touched);
   void released();
-  void wheeled(QWindow& window, QPointF point);
+  void wheeled(QObject* touched);
 
  protected:
   void timerEvent(QTimerEvent* event) override;
@@ -47,7 +46,7 @@ class ScrollWatch final : public QObject {
     const QObject* address;  // also when it has died
     QPointer<QObject> window;
   };
-  void watchAt(QWindow& window, QPointF point);
+  void watch(QObject* touched);
   void watchFlickables(QQuickItem* item);
   void watchAreas(QWidget* widget);
   void begin(QObject& object);

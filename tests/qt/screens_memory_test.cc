@@ -1,0 +1,40 @@
+// What an app keeps that opens and closes pages all day long.
+#include <QApplication>
+
+#include "platform/screen.h"
+#include "qml_app.h"
+#include "qt/screen_hooks.h"
+
+namespace zarn::testing {
+namespace {
+
+TEST(ScreenMemory, KeepsNothingOfThousandsOfPagesThatWereClosed) {
+  QmlApp app(QmlApp::Documents{{"Main", R"(ApplicationWindow {
+                 function open() { stack.push(page, StackView.Immediate) }
+                 function close() { stack.pop(StackView.Immediate) }
+                 StackView { id: stack; anchors.fill: parent; initialItem: Page {} }
+                 Component { id: page; SwipeView { Page { Label { text: 'One' } } Page {} } } })"}});
+  qt::QtScreenEvents events;
+  events.listen({});
+  std::uint64_t last = 0;
+  for (int i = 0; i < 10'000; ++i) {
+    app.call("open");
+    const qt::ScreenSight sight = qt::lookFrom(qt::rootOf(app.window()));
+    ASSERT_TRUE(sight.leaf);
+    ASSERT_GT(sight.path.leafId(), last) << "a number was given twice";
+    last = sight.path.leafId();
+    EXPECT_NE(sight.leaf.tree->layoutFingerprint(sight.leaf.node), 0u);
+    const platform::Screen tabs = sight.leaf.screen().parent();
+    ASSERT_EQ(tabs.facts().kind, platform::ScreenKind::tabs);
+    // Somebody forgets for a while that the tabs are gone.
+    const auto observation = events.observeSelection(tabs, [](auto, auto) {});
+    const platform::WeakScreen weak = sight.leaf.screen().weak();
+    app.call("close");
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    ASSERT_FALSE(weak.lock());
+  }
+  EXPECT_LT(qt::numberedScreens(), 200u);
+}
+
+}  // namespace
+}  // namespace zarn::testing
