@@ -105,22 +105,20 @@ class TestClient {
         "/config", 200,
         R"({"dataCollection":)" + policy + (paused ? R"(,"paused":true})" : R"(,"paused":false})"));
     host_.dispatch.runUntilIdle();
+    if (waitingEvents().empty()) acceptWaiting();  // the launch, which is not what a test is about
   }
-  /// The events of the batch that waits for an answer.
+  /// The events of the batch that waits for an answer, none when none waits. Those that tell of the
+  /// app's own life are left out.
   std::vector<Properties> waitingEvents() {
-    const auto body = base::parseJson(host_.http.bodyOf("/batch"));
-    std::vector<Properties> events;
-    for (const Value& event : *body->asProperties()->find("batch")->asArray()) {
-      events.push_back(*event.asProperties());
-    }
+    auto events = allWaitingEvents();
+    std::erase_if(events, [](const Properties& event) {
+      return *event.find("event_type")->asString() == "lifecycle";
+    });
     return events;
   }
-  std::vector<std::string> waitingNames() {
-    std::vector<std::string> names;
-    for (const auto& event : waitingEvents())
-      names.emplace_back(*event.find("event_name")->asString());
-    return names;
-  }
+  std::vector<std::string> waitingNames() { return namesOf(waitingEvents()); }
+  /// With those that tell of the app's own life.
+  std::vector<std::string> allWaitingNames() { return namesOf(allWaitingEvents()); }
   /// Flushes, and answers that all was accepted.
   void deliver() {
     client_.flush();
@@ -128,8 +126,9 @@ class TestClient {
     acceptWaiting();
   }
   void acceptWaiting() {
+    if (host_.http.waitingCount("/batch") == 0) return;
     std::string ids;
-    for (const auto& event : waitingEvents()) {
+    for (const auto& event : allWaitingEvents()) {
       if (!ids.empty()) ids += ',';
       ids += '"' + std::string(*event.find("event_id")->asString()) + '"';
     }
@@ -138,8 +137,32 @@ class TestClient {
   }
 
  private:
+  std::vector<Properties> allWaitingEvents() {
+    if (host_.http.waitingCount("/batch") == 0) return {};
+    const auto body = base::parseJson(host_.http.bodyOf("/batch"));
+    std::vector<Properties> events;
+    for (const Value& event : *body->asProperties()->find("batch")->asArray()) {
+      events.push_back(*event.asProperties());
+    }
+    return events;
+  }
+  static std::vector<std::string> namesOf(const std::vector<Properties>& events) {
+    std::vector<std::string> names;
+    for (const auto& event : events) names.emplace_back(*event.find("event_name")->asString());
+    return names;
+  }
+
   TestHost& host_;
   core::Client client_;
 };
+
+/// What a next launch finds to send.
+inline std::vector<std::string> leftoversIn(TestHost& host) {
+  TestClient later(host);
+  later.run();
+  later->flush();
+  host.dispatch.runUntilIdle();
+  return later.waitingNames();
+}
 
 }  // namespace zarn::testing
