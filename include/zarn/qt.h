@@ -51,9 +51,8 @@ enum class ContentType {
 ZARN_API void setContentType(QObject& field, ContentType type) noexcept;
 
 /// Counts the requests that go through `manager` among the app's (see zarn/network.h for what is
-/// looked at). Managers that have the app object above them, that a QML engine has made, or that
-/// are made by one of these are found without this call; call it for all others, once, on the
-/// manager's thread, before their requests begin. Later calls have no effect.
+/// looked at). Managers on the thread of the user interface are seen without it; call it for one
+/// that lives on another thread, there, before its requests begin. Later calls have no effect.
 ZARN_API void observe(QNetworkAccessManager& manager) noexcept;
 
 }  // namespace ZARN_VERSION_NAMESPACE
