@@ -9,6 +9,7 @@ namespace zarn::screens {
 namespace {
 
 using Index = ViewTree::Index;
+using Kind = platform::ViewKind;
 
 constexpr int kDeepest = 12;
 constexpr std::uint64_t kOffsetBasis = 0xcbf29ce484222325;
@@ -44,7 +45,6 @@ class RowShapes {
 
 /// Whose inner parts are the toolkit's.
 bool isClosed(const ViewTree::Node& node) {
-  using Kind = platform::ViewKind;
   switch (node.facts.kind) {
     case Kind::button:
     case Kind::control:
@@ -119,7 +119,6 @@ class Hasher {
 }  // namespace
 
 SemanticRole roleOf(const platform::ViewFacts& facts) {
-  using Kind = platform::ViewKind;
   if (facts.acceptsTextInput) return SemanticRole::input;
   switch (facts.kind) {
     case Kind::textField:
