@@ -47,6 +47,20 @@ bool isInSight(const View& view, const View& window) {
   return box.isEmpty() || box.intersects({0, 0, size.width, size.height});
 }
 
+/// Whether another screen lies over it, or over one that it is part of.
+bool isCovered(const platform::Screen& screen) {
+  platform::Screen at = screen;
+  if (at.presented()) return true;
+  for (int level = 0; level < kMostLevels; ++level) {
+    const platform::Screen around = at.parent();
+    if (!around) return false;
+    const platform::Screen over = around.presented();
+    if (over && over != at) return true;
+    at = around;
+  }
+  return true;  // what lies around it is unknown
+}
+
 }  // namespace
 
 struct ScreenshotCapture::Settings {
@@ -160,7 +174,7 @@ void ScreenshotCapture::offer(const platform::Screen& screen, const ScreenshotOf
 
 View ScreenshotCapture::viewInSight(const Attempt& attempt) const {
   const platform::Screen screen = attempt.screen.lock();
-  if (!screen || screen.presented()) return {};
+  if (!screen || isCovered(screen)) return {};
   const View view = screen.view();
   if (!view) return {};
   const View window = view.window();
@@ -213,9 +227,10 @@ void ScreenshotCapture::take(Attempt attempt) {
   if (!view || hooks_.stateOf(view) != attempt.state) return;
   const auto now = settings();
   Picture picture{.quality = now->quality(), .releaseId = now->releaseId};
-  if (!draw(view.window(), now->maxWidth(), picture.bitmap)) return;
-  // Read with the picture, so that one user's never goes out under another's name.
   picture.identity = hooks_.identity();
+  if (!draw(view.window(), now->maxWidth(), picture.bitmap)) return;
+  // One user's picture must not go out under another's name.
+  if (hooks_.identity() != picture.identity) return;
   parts_.background.post(base::weakly(
       scope_, [this, attempt = std::move(attempt), picture = std::move(picture)]() mutable {
         upload(std::move(attempt), picture);

@@ -18,6 +18,7 @@ struct ScreenshotIdentity {
   std::string deviceId;
   std::string anonymousId;
   std::optional<std::string> userId;
+  friend bool operator==(const ScreenshotIdentity&, const ScreenshotIdentity&) = default;
 };
 
 /// Which picture is meant.

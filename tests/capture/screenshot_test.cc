@@ -322,6 +322,12 @@ TEST_F(ScreenshotTest, OnlyAScreenInSightIsTaken) {
   EXPECT_FALSE(takenWith([&] { page.frame.x = -390; }, [&] { page.frame.x = 0; }));
   EXPECT_FALSE(takenWith([&] { screen_->look.presented = ui_.screen({}); },
                          [&] { screen_->look.presented = nullptr; }));
+  const auto root = ui_.screen({.children = {screen_}});
+  EXPECT_TRUE(takenWith([] {}, [] {}));
+  const auto present = [&](ScreenPtr over) { root->look.presented = std::move(over); };
+  EXPECT_FALSE(takenWith([&] { present(ui_.screen({})); }, [&] { present(nullptr); }))
+      << "a dialog over what it is part of";
+  EXPECT_TRUE(takenWith([&] { present(screen_); }, [&] { present(nullptr); }));
   EXPECT_FALSE(
       takenWith([&] { window_->remove(scene_.page); }, [&] { window_->add(scene_.page); }));
   EXPECT_FALSE(takenWith([&] { ui_.kill(screen_); }, [] {}));
@@ -420,6 +426,13 @@ TEST_F(ScreenshotTest, AnotherUsersPictureIsNotSent) {
   answer(kCheck, 200, kMissing);
   EXPECT_EQ(base::stringMember(body(kUpload), "anonymous_id"), "other");
   EXPECT_EQ(body(kUpload).find("user_id"), nullptr);
+  answer(kUpload, 500);
+
+  const int before = uploads();
+  ui_.windows.duringDraw = [&] { identity_.userId = "otto"; };
+  offerAndRest();
+  answer(kCheck, 200, kMissing);
+  EXPECT_EQ(uploads(), before) << "it is not clear whose it is";
 }
 
 TEST_F(ScreenshotTest, SurvivesTheDeathOfAnyViewAtAnyQuestion) {
