@@ -2,8 +2,7 @@
 
 #include <utility>
 
-#include "base/fork_guard.h"
-#include "base/host_call.h"
+#include "capture/hooked.h"
 #include "capture/screen_properties.h"
 #include "capture/visible_leaf.h"
 #include "platform/clock.h"
@@ -16,20 +15,6 @@ namespace zarn::capture {
 namespace {
 
 using model::EventType;
-
-/// For what the toolkit calls on the host's thread for as long as the process lives: nothing throws
-/// into it, and in a forked child nothing happens.
-template <typename F>
-auto hooked(const base::Scope& scope, F callable) {
-  return [call = base::weakly(scope, std::move(callable))](const auto&... what) mutable {
-    if (base::inForkedChild()) return;
-    try {
-      const base::HostCall marker;
-      call(what...);
-    } catch (...) {  // out of memory, at most: this one is not told
-    }
-  };
-}
 
 }  // namespace
 
@@ -139,6 +124,8 @@ void Capture::flush() {
 void Capture::discardHeld() {
   flow_.discard();
   transitions_.clear();
+  base::MutexLock lock(lock_);
+  manualName_.reset();
 }
 
 void Capture::restart() {
@@ -235,7 +222,8 @@ void Capture::offerManualScreen() {
   ScreenSeen seen{.name = {}, .className = "manual", .observation = {}};
   {
     base::MutexLock lock(lock_);
-    seen.name = std::exchange(manualName_, std::nullopt).value_or("");
+    if (!manualName_) return;  // a boundary has come since
+    seen.name = *std::exchange(manualName_, std::nullopt);
   }
   if (!actions_.mayCollect()) return;
   const platform::Screen screen = screenInSight();

@@ -3,6 +3,7 @@
 #include <optional>
 #include <utility>
 
+#include "capture/hooked.h"
 #include "capture/visible_leaf.h"
 #include "platform/screen_events.h"
 #include "platform/windows.h"
@@ -31,7 +32,7 @@ void TabBarObserver::scanExistingWindows() {
 }
 
 void TabBarObserver::startObservingWindows() {
-  windows_.listen(base::weakly(scope_, [this] { scanExistingWindows(); }));
+  windows_.listen(hooked(scope_, [this] { scanExistingWindows(); }));
 }
 
 void TabBarObserver::observeAround(const platform::Screen& screen) {
@@ -58,7 +59,7 @@ void TabBarObserver::observe(const platform::Screen& tabs) {
   // Entered first, so that it counts as observed whatever happens meanwhile.
   observed_.add(tabs, nullptr);
   auto selection = events_.observeSelection(
-      tabs, base::weakly(scope_, [this, id](std::optional<int> before, std::optional<int> after) {
+      tabs, hooked(scope_, [this, id](std::optional<int> before, std::optional<int> after) {
         if (before != after) tabChanged(id);
       }));
   if (auto* entry = observed_.find(id)) entry->kept = std::move(selection);

@@ -82,6 +82,24 @@ TEST_F(CaptureBoundariesTest, ABoundaryInTheMiddleOfAnArrivalVoidsTheVisit) {
   }
 }
 
+TEST_F(CaptureBoundariesTest, APictureIsNotAskedForByANameFromBefore) {
+  page("Home", 1);
+  begin();
+  for (const auto& pass : {std::function<void()>([this] { reset(); }), {[this] {
+                             optOut();
+                             optIn();
+                           }}}) {
+    capture->screenView("Anna's orders", {});
+    pass();
+    dispatch.runUntilIdle();
+    EXPECT_TRUE(offers.empty());
+  }
+  capture->screenView("Orders", {});
+  dispatch.runUntilIdle();
+  ASSERT_EQ(offers.size(), 1u);
+  EXPECT_EQ(offers[0].seen.name, "Orders");
+}
+
 TEST_F(CaptureBoundariesTest, LooksAtNothingThatMayNotBeCollected) {
   const Page home = page("Home", 1);
   const Page cart = page("Cart", 2);

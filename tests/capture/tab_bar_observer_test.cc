@@ -75,6 +75,16 @@ TEST_F(TabBarObserverTest, FindsTabsThatComeLater) {
   EXPECT_EQ(leaves_.back(), "D");
 }
 
+TEST_F(TabBarObserverTest, LetsNothingThrowIntoTheToolkit) {
+  TabBarObserver throwing(ui_.windows, ui_.screens,
+                          [](const platform::Screen&, const platform::Screen&,
+                             const platform::Screen&) { throw std::bad_alloc(); });
+  const auto tabs = container(ScreenKind::tabs, {page("Home"), page("Cart")});
+  ui_.window(tabs);
+  throwing.scanExistingWindows();
+  EXPECT_NO_THROW(ui_.screens.select(tabs, 1));
+}
+
 TEST_F(TabBarObserverTest, ForgetsTabsThatHaveDied) {
   for (int i = 0; i < 1000; ++i) {
     const auto tabs = container(ScreenKind::tabs, {page("A")});
