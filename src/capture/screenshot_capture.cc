@@ -94,9 +94,8 @@ struct ScreenshotCapture::Attempt {
 };
 
 struct ScreenshotCapture::Picture {
+  std::shared_ptr<const Settings> settings;  // of the policy by which it was covered
   platform::Bitmap bitmap;
-  double quality = 0;
-  std::optional<std::string> releaseId;
   ScreenshotIdentity identity;
 };
 
@@ -225,10 +224,8 @@ void ScreenshotCapture::take(Attempt attempt) {
   if (!admits(attempt)) return;
   const View view = viewInSight(attempt);
   if (!view || hooks_.stateOf(view) != attempt.state) return;
-  const auto now = settings();
-  Picture picture{.quality = now->quality(), .releaseId = now->releaseId};
-  picture.identity = hooks_.identity();
-  if (!draw(view.window(), now->maxWidth(), picture.bitmap)) return;
+  Picture picture{.settings = settings(), .bitmap = {}, .identity = hooks_.identity()};
+  if (!draw(view.window(), picture.settings->maxWidth(), picture.bitmap)) return;
   // One user's picture must not go out under another's name.
   if (hooks_.identity() != picture.identity) return;
   parts_.background.post(base::weakly(
@@ -252,15 +249,17 @@ bool ScreenshotCapture::draw(const View& window, double maxWidth, platform::Bitm
 
 void ScreenshotCapture::upload(Attempt attempt, const Picture& picture) {
   if (!admits(attempt)) return;
-  const auto jpeg = parts_.images.encodeJpeg(picture.bitmap, picture.quality);
+  const auto jpeg = parts_.images.encodeJpeg(picture.bitmap, picture.settings->quality());
   if (!jpeg) return;
-  auto request = makeRequest(kScreenshotPath, screenshotBody(subjectOf(attempt),
-                                                             {.jpeg = *jpeg,
-                                                              .width = picture.bitmap.width,
-                                                              .height = picture.bitmap.height},
-                                                             picture.releaseId, picture.identity));
+  auto request = makeRequest(
+      kScreenshotPath,
+      screenshotBody(
+          subjectOf(attempt),
+          {.jpeg = *jpeg, .width = picture.bitmap.width, .height = picture.bitmap.height},
+          picture.settings->releaseId, picture.identity));
   request.timeout = base::seconds(kUploadTimeout);
-  if (!admits(attempt)) return;
+  // A policy that has come since may mask more.
+  if (!admits(attempt) || settings() != picture.settings) return;
   const auto network = attempt.network;
   parts_.guard.startGuardedTask(
       std::move(request), network,

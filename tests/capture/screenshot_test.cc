@@ -435,6 +435,18 @@ TEST_F(ScreenshotTest, AnotherUsersPictureIsNotSent) {
   EXPECT_EQ(uploads(), before) << "it is not clear whose it is";
 }
 
+TEST_F(ScreenshotTest, APictureDoesNotOutliveThePolicyThatItWasCoveredBy) {
+  for (const bool changes : {true, false}) {
+    offerAndRest();
+    http_.answer(kCheck, 200, kMissing);
+    dispatch_.runOne();  // the answer
+    dispatch_.runOne();  // the picture
+    if (changes) update(kSmall);
+    dispatch_.runUntilIdle();
+    EXPECT_EQ(uploads(), changes ? 0 : 1);
+  }
+}
+
 TEST_F(ScreenshotTest, SurvivesTheDeathOfAnyViewAtAnyQuestion) {
   for (const int victim : {0, 1, 2}) {
     bool isOver = false;
