@@ -1,5 +1,7 @@
 #include "capture/tap_tracker.h"
 
+#include "base/letters.h"
+#include "base/text.h"
 #include "platform/view.h"
 
 namespace zarn::capture {
@@ -23,6 +25,12 @@ bool nothingMaskedInside(const screens::ViewPrivacy& privacy, const View& view, 
     return isClear;
   });
   return isClear;
+}
+
+/// A digit of a pad for numbers or a letter of a keyboard: one after the other they tell what is
+/// typed, which may be a secret.
+bool isKey(std::string_view label) {
+  return base::countCharacters(label, 2) == 1 && base::isLetterOrNumber(label);
 }
 
 }  // namespace
@@ -56,7 +64,7 @@ std::string TapTracker::labelOf(const View& control) {
   if (label.empty() && control.facts().kind == ViewKind::button) {
     label = screens::readable(privacy_, control.text(arena_), kLongestLabel);
   }
-  return label;
+  return isKey(label) ? std::string() : label;
 }
 
 }  // namespace zarn::capture

@@ -65,6 +65,15 @@ TEST_F(TapTrackerTest, WhatTakesTextIsNoTap) {
             "none");
 }
 
+TEST_F(TapTrackerTest, DoesNotTellTheKeysOfAPad) {
+  for (const char* key : {"7", " 0 ", "Q", "ж", "٣"}) {
+    EXPECT_EQ(labelOf(ui_.button(key, {0, 0, 60, 60})), "Button") << key;
+  }
+  for (const char* sign : {"+", "10", "OK", "購入"}) {
+    EXPECT_EQ(labelOf(ui_.button(sign, {0, 0, 60, 60})), sign);
+  }
+}
+
 TEST_F(TapTrackerTest, ReadsNothingThatIsMaskedAnywhereAroundOrInside) {
   const auto inner = ui_.label("4111 1111", {0, 0, 50, 20});
   auto card = ui_.button("4111 1111", {0, 0, 100, 40});
