@@ -1,5 +1,7 @@
 #include "core/pipeline.h"
 
+#include <iterator>
+#include <sstream>
 #include <utility>
 
 #include "core/wiring.h"
@@ -15,6 +17,9 @@
 
 namespace zarn::core {
 namespace {
+
+/// What the last policy has masked counts until the next one comes: texts are read before it does.
+constexpr const char* kAutoMaskKey = "zarn_auto_mask_categories";
 
 void updateScreenshots(Pipeline& pipeline, const std::optional<model::ScreenshotsConfig>& config) {
   const auto app = pipeline.appId.get();
@@ -51,8 +56,10 @@ runtime::AnswerTargets answerTargets(Pipeline& pipeline) {
               [&](const std::string& id) {
                 pipeline.appId.publish(std::make_shared<const std::string>(id));
                 // The policy may have come first, by another answer, and this one's not count.
-                const auto policy = pipeline.remoteConfig.get();
-                updateScreenshots(pipeline, policy ? policy->screenshots : std::nullopt);
+                // Before there is any, no picture is taken: it says what is to be masked.
+                if (const auto policy = pipeline.remoteConfig.get()) {
+                  updateScreenshots(pipeline, policy->screenshots);
+                }
               },
           .latestRemoteConfig = [&] { return pipeline.remoteConfig.get(); }};
 }
@@ -164,6 +171,7 @@ Pipeline::Pipeline(platform::Host& hostServices, const model::Configuration& con
   // From here on events come from other threads too.
   wireNetwork(std::move(earlier.networkTracker));
   wireCrash();
+  restoreAutoMask();
   wireScreenshots();
   wireCapture(std::move(earlier.addBreadcrumb));
   wireLife();
@@ -185,7 +193,10 @@ void Pipeline::wireControl() {
         if (runState.becomePausedAndDiscard(begun)) dedupe.clear();
       });
   runState.onRunning = base::weakly(wiring, [this] { replayPolicy.reconcile(); });
-  runState.onPaused = base::weakly(wiring, [this] { replayPolicy.pausedByServer(); });
+  runState.onPaused = base::weakly(wiring, [this] {
+    screenshots->cancelAll();
+    replayPolicy.pausedByServer();
+  });
   controlPlane.onRecoveryNeeded =
       base::weakly(wiring, [this](std::string_view reason) { recovery.enterRecovery(reason); });
   if (startedOptedOut) {
@@ -233,7 +244,10 @@ void Pipeline::wireLife() {
 
 void Pipeline::wirePrivacy() {
   runtime::PrivacyHooks& hooks = transitions.hooks;
-  hooks.discardHeld = [this] { capture->discardHeld(); };
+  hooks.discardHeld = [this] {
+    capture->discardHeld();
+    screenshots->cancelAll();
+  };
   hooks.forgetCarried = [this] {
     if (push) push->clearAttribution();
     links->forgetUser();
@@ -242,14 +256,12 @@ void Pipeline::wirePrivacy() {
   hooks.stopSources = [this] {
     if (crashTracker) crashTracker->optOut();
     if (installValidator) installValidator->optOut();
-    screenshots->cancelAll();
   };
   hooks.restartSources = [this] {
     if (crashTracker) crashTracker->start();
     capture->restart();
   };
   hooks.forgetUser = [this] {
-    screenshots->cancelAll();
     pushTokens->forgetUser();
     host.defaults.commit();  // the next launch must not bring back what was forgotten
   };
@@ -258,12 +270,24 @@ void Pipeline::wirePrivacy() {
 
 void Pipeline::policyPublished(const model::RemoteDataCollectionConfig& policy) {
   links->policyApplied(policy);
-  if (policy.replay) {
-    redactionEngine.setAutoMaskCategories(
-        policy.replay->autoMaskCategories.value_or(std::vector<std::string>{}));
-  }
+  const auto& masked = policy.replay ? policy.replay->autoMaskCategories : std::nullopt;
+  setAutoMask(masked.value_or(std::vector<std::string>{}));
   // After an opt-in the installation is reported late: not before the policy is in force.
   controlQueue.async(base::weakly(wiring, [this] { installTracker->setUp(); }));
+}
+
+void Pipeline::setAutoMask(const std::vector<std::string>& categories) {
+  redactionEngine.setAutoMaskCategories(categories);
+  std::string joined;
+  for (const std::string& category : categories) joined += (joined.empty() ? "" : " ") + category;
+  if (host.defaults.getString(kAutoMaskKey).value_or("") == joined) return;
+  host.defaults.set(kAutoMaskKey, joined);
+}
+
+void Pipeline::restoreAutoMask() {
+  std::istringstream joined(host.defaults.getString(kAutoMaskKey).value_or(""));
+  redactionEngine.setAutoMaskCategories(std::vector<std::string>(
+      std::istream_iterator<std::string>(joined), std::istream_iterator<std::string>()));
 }
 
 Pipeline::~Pipeline() {

@@ -6,6 +6,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "base/serial_queue.h"
 #include "base/weakly.h"
@@ -151,6 +152,8 @@ struct Pipeline {
   void wireCapture(std::function<void(const Breadcrumb&)> addBreadcrumb);
   void wireLife();
   void wirePrivacy();
+  void setAutoMask(const std::vector<std::string>& categories);
+  void restoreAutoMask();
   /// Whether user and server allow what the event gates can't judge one by one.
   bool mayCollect() const {
     return !privacy.optedOut() && !privacy.awaitingFreshPolicyAfterOptIn() && !runState.isPaused();
