@@ -74,10 +74,13 @@ class Watcher final : public platform::RequestWatcher {
 class RequestHookTest : public ::testing::Test {
  protected:
   RequestHookTest() {
-    static const auto& only = *new std::shared_ptr<Watcher>(std::make_shared<Watcher>());
+    static const auto only = [] {
+      auto watcher = std::make_shared<Watcher>();
+      QtRequestHook::shared().install(watcher);
+      return watcher;
+    }();
     watcher_ = only;
     watcher_->clear();
-    QtRequestHook::shared().install(watcher_);
     events_.install({.windowsChanging = [] {},
                      .opened = [](const QUrl&) {},
                      .madeByManager =
@@ -100,7 +103,8 @@ class RequestHookTest : public ::testing::Test {
 
 TEST_F(RequestHookTest, SeesRequestsOfAnyManagerOfItsThread) {
   server_.answerWith({.body = std::string(5000, 'x')});
-  QNetworkAccessManager manager;  // nobody's child, and nobody has told of it
+  QNetworkAccessManager manager;  // nobody's child, and nobody needs to tell of it
+  observe(manager);
   manager.get(request("/orders/7?user=ida"));
   QNetworkRequest typed = request("/orders");
   typed.setHeader(QNetworkRequest::ContentTypeHeader, "text/plain");
