@@ -64,6 +64,8 @@ std::string_view quickAccessibleName(const QQuickItem& item, base::TextArena& ar
     name = hanging.read<QString>(object, Property::name);
     return false;
   });
+  // As screen readers have it.
+  if (name.isEmpty() && classOf(item).trait == Trait::button) return quickText(item, arena);
   return toArena(name, arena);
 }
 

@@ -211,7 +211,11 @@ std::string_view widgetText(QWidget& widget, base::TextArena& arena) {
 }
 
 std::string_view widgetAccessibleName(QWidget& widget, base::TextArena& arena) {
-  return isInSecureField(widget) ? std::string_view() : toArena(widget.accessibleName(), arena);
+  if (isInSecureField(widget)) return {};
+  const QString name = widget.accessibleName();
+  // As screen readers have it.
+  if (name.isEmpty() && classOf(widget).trait == Trait::button) return widgetText(widget, arena);
+  return toArena(name, arena);
 }
 
 }  // namespace zarn::qt
