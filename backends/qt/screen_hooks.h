@@ -34,7 +34,7 @@ class ScreenHooks final : public QObject {
 
   void add(platform::ScreenListener listener);
   void add(std::shared_ptr<Selection> selection);
-  std::size_t selectionCount() const { return selections_.size(); }
+  /// Looks taken so far.
   int scanCount() const { return scanCount_; }
 
   bool eventFilter(QObject* receiver, QEvent* event) override;

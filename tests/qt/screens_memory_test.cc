@@ -1,5 +1,6 @@
 // What an app keeps that opens and closes pages all day long.
 #include <QApplication>
+#include <QTest>
 
 #include "platform/screen.h"
 #include "qml_app.h"
@@ -34,6 +35,25 @@ TEST(ScreenMemory, KeepsNothingOfThousandsOfPagesThatWereClosed) {
     ASSERT_FALSE(weak.lock());
   }
   EXPECT_LT(qt::numberedScreens(), 200u);
+}
+
+TEST(ScreenMemory, LooksAtNothingWhileNothingHappensAndSeldomInAStorm) {
+  QmlApp app(QmlApp::Documents{{"Main", R"(ApplicationWindow {
+                 property alias isTurning: turning.running
+                 Rectangle { width: 20; height: 20
+                   RotationAnimation on rotation { id: turning; running: false; to: 360
+                                                   loops: Animation.Infinite } } })"}});
+  qt::ScreenHooks hooks(*QCoreApplication::instance());
+  hooks.add(platform::ScreenListener{});
+  QTest::qWait(400);
+  const int atRest = hooks.scanCount();
+  QTest::qWait(500);
+  EXPECT_EQ(hooks.scanCount(), atRest);
+  app.window().setProperty("isTurning", true);
+  EXPECT_TRUE(waitUntil([&] { return hooks.scanCount() > atRest; })) << "frames are drawn";
+  const int before = hooks.scanCount();
+  QTest::qWait(1000);
+  EXPECT_LE(hooks.scanCount() - before, 11);
 }
 
 }  // namespace
