@@ -30,14 +30,6 @@ bool holdsPrivate(const QQuickItem& item, int& budget) {
   return false;
 }
 
-/// Whether the item lies below one that is marked: that mark is for all below it.
-bool isBelowMark(const QQuickItem& item) {
-  for (const QQuickItem* at = item.parentItem(); at != nullptr; at = at->parentItem()) {
-    if (isMarkedPrivate(*at)) return true;
-  }
-  return false;
-}
-
 bool mayNotBeShown(const QQuickItem* source, int& budget) {
   if (source == nullptr) return false;
   const ClassFacts type = classOf(*source);
@@ -45,7 +37,7 @@ bool mayNotBeShown(const QQuickItem* source, int& budget) {
     source = type.read<QQuickItem*>(*source, Property::sourceItem);
     if (source == nullptr) return false;
   }
-  return isBelowMark(*source) || holdsPrivate(*source, budget);
+  return isWithinPrivate(*source) || holdsPrivate(*source, budget);
 }
 
 /// A shader's sources are properties that the app has declared with it. One that stands for

@@ -8,6 +8,7 @@
 #include "qt/layout_fingerprint.h"
 #include "qt/quick_places.h"
 #include "qt/quick_views.h"
+#include "qt/redaction.h"
 #include "qt/screen_classes.h"
 #include "qt/text.h"
 
@@ -39,7 +40,9 @@ struct HeaderText {
   int budget = 100;
 
   void look(QQuickItem& item) {
-    if (!item.isVisible() || --budget < 0 || quickView(&item).facts().isMarkedPrivate) return;
+    if (!item.isVisible() || --budget < 0) return;
+    const platform::ViewFacts facts = quickView(&item).facts();
+    if (facts.isMarkedPrivate || facts.isSecureTextEntry || facts.acceptsTextInput) return;
     const ItemClass kind = itemClass(item);
     if (kind == ItemClass::button || kind == ItemClass::tabBar) return;
     if (kind == ItemClass::text) {
@@ -63,7 +66,7 @@ int tabIndexOf(QQuickItem& container, const QQuickItem* branch) {
 }  // namespace
 
 QuickScreens& QuickScreens::instance() {
-  static QuickScreens screens;
+  static auto& screens = *new QuickScreens;  // apps may die after everything else
   return screens;
 }
 
@@ -118,7 +121,7 @@ std::string_view QuickScreens::navigationTitle(Node node, base::TextArena& arena
   QQuickItem& item = itemOfNode(node);
   if (itemClass(item) != ItemClass::page) return {};
   auto* const header = toolkitProperty(item, "header").value<QQuickItem*>();
-  if (header == nullptr) return {};
+  if (header == nullptr || isWithinPrivate(*header)) return {};
   HeaderText found;
   found.look(*header);
   return found.count == 1 ? toArena(found.text, arena) : std::string_view();
@@ -200,7 +203,7 @@ ScreenTree::Node QuickScreens::selected(Node node) {
 std::string_view QuickScreens::tabTitleAt(Node node, int index, base::TextArena& arena) {
   QQuickItem* const bar = index >= 0 ? tabBarOf(itemOfNode(node)) : nullptr;
   QQuickItem* const button = bar != nullptr ? containerItem(*bar, index) : nullptr;
-  if (button == nullptr || quickView(button).facts().isMarkedPrivate) return {};
+  if (button == nullptr || isWithinPrivate(*button)) return {};
   return labelToArena(stringProperty(*button, "text"), arena);
 }
 

@@ -6,6 +6,7 @@
 
 #include "qt/appearance.h"
 #include "qt/quick_facts.h"
+#include "qt/redaction.h"
 #include "qt/text.h"
 
 namespace zarn::qt {
@@ -73,7 +74,8 @@ std::string_view quickTabTitle(const QQuickItem& tabBar, base::TextArena& arena)
   const ClassFacts type = classOf(tabBar);
   if (type.trait != Trait::tabBar) return {};
   const auto* const tab = type.read<QQuickItem*>(tabBar, Property::currentItem);
-  return tab != nullptr ? quickText(*tab, arena) : std::string_view();
+  if (tab == nullptr || isWithinPrivate(*tab)) return {};
+  return quickText(*tab, arena);
 }
 
 platform::Font quickFont(const QQuickItem& item) {

@@ -5,6 +5,7 @@
 #include <QQuickItem>
 #include <QQuickWindow>
 #include <QThread>
+#include <QWidget>
 #include <unordered_map>
 
 #include "base/fork_guard.h"
@@ -14,9 +15,16 @@
 namespace zarn::qt {
 namespace {
 
+constexpr int kMostSteps = 1024;  // an opener may have been put into what it opens
+
+struct Kept {
+  QPointer<const QObject> object;
+  ObjectNote note;
+};
+
 struct Notes {
-  std::unordered_map<const QObject*, ObjectNote> all;
-  bool hasPrivatePopups = false;  // ever
+  std::unordered_map<const QObject*, Kept> all;
+  bool hasPrivate = false;  // ever
 };
 
 Notes& notes() {
@@ -24,22 +32,36 @@ Notes& notes() {
   return made;
 }
 
-/// Popups are no items: one stands for them when they are open.
-bool standsForPrivatePopup(const QQuickItem& item) {
-  for (const auto& [object, note] : notes().all) {
-    if (!note.isPrivate || object->isQuickItemType() || object->isWidgetType()) continue;
-    const ClassFacts type = classOf(*object);
-    if (type.trait != Trait::popup) continue;
-    const auto* content = type.read<QQuickItem*>(*object, Property::contentItem);
-    if (content != nullptr && content->parentItem() == &item) return true;
+bool isNotedPrivate(const QObject& object) {
+  const ObjectNote* const note = noteOf(object);
+  return note != nullptr && note->isPrivate;
+}
+
+/// Popups are no items: one stands for them when they are open, outside of what opens them.
+const QObject* popupOf(const QQuickItem& item) {
+  const QObject* const popup = item.parent();
+  const bool isOrdinary = popup == nullptr || popup->isQuickItemType() || popup->isWindowType();
+  return !isOrdinary && classOf(item).trait == Trait::popupItem ? popup : nullptr;
+}
+
+const QQuickItem* openerOf(const QObject& popup) {
+  return qobject_cast<const QQuickItem*>(popup.parent());
+}
+
+/// Apart from what opens it.
+bool isMarkedItself(const QQuickItem& item) {
+  if (isNotedPrivate(item)) return true;
+  if (item.parentItem() == nullptr) {
+    return item.window() != nullptr && isNotedPrivate(*item.window());
   }
-  return false;
+  const QObject* const popup = popupOf(item);
+  return popup != nullptr && isNotedPrivate(*popup);
 }
 
 void mark(QObject& view, bool isPrivate) {
   if (!isPrivate && noteOf(view) == nullptr) return;
   noteFor(view).isPrivate = isPrivate;
-  if (isPrivate && classOf(view).trait == Trait::popup) notes().hasPrivatePopups = true;
+  if (isPrivate) notes().hasPrivate = true;
 }
 
 std::optional<platform::TextContentType> internalType(ContentType type) {
@@ -57,27 +79,44 @@ const ObjectNote* noteOf(const QObject& object) {
   const auto& all = notes().all;
   if (all.empty()) return nullptr;
   const auto found = all.find(&object);
-  return found != all.end() ? &found->second : nullptr;
+  return found != all.end() && found->second.object == &object ? &found->second.note : nullptr;
 }
 
 ObjectNote& noteFor(QObject& object) {
-  const auto [place, isNew] = notes().all.try_emplace(&object);
-  if (isNew) {
+  Kept& kept = notes().all[&object];
+  if (kept.object != &object) {  // new, or at the place of one that died after all was disconnected
+    kept = {&object, {}};
     QObject::connect(&object, &QObject::destroyed, [key = &object] { notes().all.erase(key); });
   }
-  return place->second;
+  return kept.note;
 }
 
 bool isMarkedPrivate(const QQuickItem& item) {
-  if (notes().all.empty()) return false;
-  const ObjectNote* note = noteOf(item);
-  if (note != nullptr && note->isPrivate) return true;
-  if (item.parentItem() == nullptr && item.window() != nullptr) {
-    note = noteOf(*item.window());
-    return note != nullptr && note->isPrivate;
+  if (!notes().hasPrivate) return false;
+  if (isMarkedItself(item)) return true;
+  const QObject* const popup = popupOf(item);
+  const QQuickItem* const opener = popup != nullptr ? openerOf(*popup) : nullptr;
+  return opener != nullptr && isWithinPrivate(*opener);
+}
+
+bool isWithinPrivate(const QQuickItem& item) {
+  if (!notes().hasPrivate) return false;
+  const QQuickItem* at = &item;
+  for (int level = 0; at != nullptr; ++level) {
+    if (level > kMostSteps || isMarkedItself(*at)) return true;
+    const QObject* const popup = popupOf(*at);
+    const QQuickItem* const opener = popup != nullptr ? openerOf(*popup) : nullptr;
+    at = opener != nullptr ? opener : at->parentItem();
   }
-  return notes().hasPrivatePopups && classOf(item).trait == Trait::popupItem &&
-         standsForPrivatePopup(item);
+  return false;
+}
+
+bool isWithinPrivate(const QWidget& widget) {
+  if (!notes().hasPrivate) return false;
+  for (const QWidget* at = &widget; at != nullptr; at = at->parentWidget()) {
+    if (isNotedPrivate(*at)) return true;
+  }
+  return false;
 }
 
 inline namespace ZARN_VERSION_NAMESPACE {
@@ -97,8 +136,7 @@ void setContentType(QObject& field, ContentType type) noexcept {
 }
 
 bool isRedacted(const QObject& view) noexcept {
-  const ObjectNote* const note = noteOf(view);
-  return note != nullptr && note->isPrivate;
+  return isNotedPrivate(view);
 }
 
 }  // namespace ZARN_VERSION_NAMESPACE

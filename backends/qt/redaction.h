@@ -8,6 +8,7 @@
 
 class QObject;
 class QQuickItem;
+class QWidget;
 
 namespace zarn::qt {
 
@@ -23,8 +24,12 @@ const ObjectNote* noteOf(const QObject& object);
 /// The object's note, made where there was none.
 ObjectNote& noteFor(QObject& object);
 
-/// Whether a mark lies on the item itself, on the popup that it stands for, or, at the top of a
-/// window, on the window.
+/// Whether a mark lies on the item itself, on the popup that it stands for or around what opens
+/// that, or, at the top of a window, on the window.
 bool isMarkedPrivate(const QQuickItem& item);
+
+/// Whether a mark lies on it or on what holds it.
+bool isWithinPrivate(const QQuickItem& item);
+bool isWithinPrivate(const QWidget& widget);
 
 }  // namespace zarn::qt

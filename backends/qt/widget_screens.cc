@@ -7,6 +7,7 @@
 
 #include "qt/class_kinds.h"
 #include "qt/layout_fingerprint.h"
+#include "qt/redaction.h"
 #include "qt/text.h"
 #include "qt/widget_views.h"
 
@@ -144,7 +145,7 @@ QWidget* containerOf(QWidget& widget) {
 }  // namespace
 
 WidgetScreens& WidgetScreens::instance() {
-  static WidgetScreens screens;
+  static auto& screens = *new WidgetScreens;  // apps may die after everything else
   return screens;
 }
 
@@ -228,7 +229,8 @@ ScreenTree::Node WidgetScreens::selected(Node node) {
 
 std::string_view WidgetScreens::tabTitleAt(Node node, int index, base::TextArena& arena) {
   const QTabBar* const bar = tabBarOf(widgetOfNode(node));
-  return bar != nullptr ? labelToArena(bar->tabText(index), arena) : std::string_view();
+  if (bar == nullptr || isWithinPrivate(*bar)) return {};
+  return labelToArena(bar->tabText(index), arena);
 }
 
 std::unique_ptr<platform::ScreenToolkit::WeakNode> WidgetScreens::weak(Node node) {

@@ -2,6 +2,7 @@
 #include <QTest>
 
 #include "qml_app.h"
+#include "zarn/qt.h"
 
 namespace zarn::testing {
 namespace {
@@ -72,6 +73,24 @@ TEST(QuickScreens, OfTabsAreNamedByTheirTabAndToldToWhoeverObservesTheSelection)
   watching.expect({"Home", "tab 0 to 1: Basket", "Details", "tab 1 to 0: Home"});
   // Another one who doesn't observe is told by screens.
   plain.expect({"Home", "Basket", "Details", "Home"});
+}
+
+TEST(QuickScreens, AreNotNamedByWhatIsPrivateAroundThem) {
+  QmlApp app(QmlApp::Documents{{"HomePage", kHome}, {"CartPage", kCart}, {"Main", kTabs}});
+  qt::setRedacted(*app.object(QStringLiteral("bar")), true);
+  ScreenJournal journal;
+  journal.expect({"HomePage"});
+}
+
+TEST(QuickScreens, AreNotNamedByFieldsInTheirHeaders) {
+  QmlApp app(QmlApp::Documents{{"CartPage",
+                                "Page { property int items: 2\n"
+                                "header: TextField { placeholderText: 'Find'\n"
+                                "Label { text: parent.text } text: '4111' } }"},
+                               {"Main", R"(ApplicationWindow {
+                 StackView { anchors.fill: parent; initialItem: CartPage {} } })"}});
+  ScreenJournal journal;
+  journal.expect({"CartPage"});
 }
 
 TEST(QuickScreens, AreToldOnceAFingerHasSwipedThemIn) {

@@ -12,6 +12,7 @@
 #include <QVBoxLayout>
 
 #include "qml_app.h"
+#include "zarn/qt.h"
 
 namespace zarn::testing {
 namespace {
@@ -82,6 +83,15 @@ TEST(WidgetScreens, OfTabsAreNamedByTheirTab) {
   journal.expect({"All", "tab 0 to 1: Orders", "Done"});
   bar.setCurrentIndex(0);
   journal.expect({"All", "tab 0 to 1: Orders", "Done", "tab 1 to 0: Open"});
+}
+
+TEST(WidgetScreens, AreNotNamedByPrivateTabs) {
+  QTabWidget tabs;
+  tabs.addTab(new WidgetCartPage, "Ida's");
+  qt::setRedacted(tabs, true);
+  show(tabs);
+  ScreenJournal journal;
+  journal.expect({"WidgetCartPage"});
 }
 
 TEST(WidgetScreens, AreLaidOutAnewWhenWidgetsCome) {

@@ -153,7 +153,10 @@ TEST_F(QuickViewsTest, MarksWhatAnAppSaysIsPrivate) {
                 Zarn.redact: isPrivate }
     Rectangle { objectName: "plain" }
     Popup { visible: true; Zarn.redact: true; Text { objectName: "inPopup" } }
-    Popup { visible: true; y: 200; Text { objectName: "inOther" } })");
+    Popup { visible: true; y: 200; Text { objectName: "inOther" } }
+    Item { Zarn.redact: true
+      Item { Popup { visible: true; y: 400; Text { objectName: "inChoice" } } }
+      ComboBox { objectName: "combo"; model: ["Visa", "Giro"] } })");
   QQuickItem* const bound = scene.item(QStringLiteral("bound"));
   EXPECT_TRUE(quickView(bound).facts().isMarkedPrivate);
   EXPECT_TRUE(isRedacted(*bound));
@@ -168,15 +171,21 @@ TEST_F(QuickViewsTest, MarksWhatAnAppSaysIsPrivate) {
   EXPECT_FALSE(isRedacted(*plain));
 
   alignas(QObject) std::byte place[sizeof(QObject)];
-  for (int i = 0; i < 2; ++i) {
+  for (int i = 0; i < 3; ++i) {
     auto* const made = new (place) QObject;
     EXPECT_FALSE(isRedacted(*made));  // whatever has died there
     setRedacted(*made, true);
+    if (i == 0) made->disconnect();  // from all that waits for its death
     made->~QObject();
   }
 
   EXPECT_TRUE(quickView(popupItemWith(scene, "inPopup")).facts().isMarkedPrivate);
   EXPECT_FALSE(quickView(popupItemWith(scene, "inOther")).facts().isMarkedPrivate);
+  EXPECT_TRUE(quickView(popupItemWith(scene, "inChoice")).facts().isMarkedPrivate);
+  auto* const list = scene.item(QStringLiteral("combo"))->property("popup").value<QObject*>();
+  QMetaObject::invokeMethod(list, "open");
+  auto* const shown = list->property("contentItem").value<QQuickItem*>()->parentItem();
+  EXPECT_TRUE(quickView(shown).facts().isMarkedPrivate) << "what a private field lets choose from";
 
   EXPECT_FALSE(quickView(scene.window().contentItem()).facts().isMarkedPrivate);
   setRedacted(scene.window(), true);
