@@ -1,6 +1,7 @@
 #include "qt/request_hook.h"
 
 #include <QChildEvent>
+#include <QCoreApplication>
 #include <QElapsedTimer>
 #include <QNetworkAccessManager>
 #include <QNetworkReply>
@@ -11,7 +12,6 @@
 #include <optional>
 
 #include "base/fork_guard.h"
-#include "qt/gui_thread.h"
 
 namespace zarn::qt {
 namespace {
@@ -119,8 +119,10 @@ void QtRequestHook::madeByManager(QNetworkAccessManager& manager, QObject& made)
 }
 
 void QtRequestHook::observe(QNetworkAccessManager& manager) {
-  // AppEvents sees those of its own thread.
-  if (onGuiThread() || manager.thread() != QThread::currentThread()) return;
+  if (manager.thread() != QThread::currentThread()) return;
+  // AppEvents sees those of the app's thread, also when it comes later.
+  const QCoreApplication* const app = QCoreApplication::instance();
+  if (app != nullptr && app->thread() == manager.thread()) return;
   const auto& children = manager.children();
   const bool isWatched = std::any_of(children.begin(), children.end(), [](QObject* child) {
     return dynamic_cast<ManagerWatch*>(child) != nullptr;
