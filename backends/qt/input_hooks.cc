@@ -73,9 +73,11 @@ bool InputHooks::eventFilter(QObject* receiver, QEvent* event) {
     default:
       return false;
   }
-  if (receiver->isWindowType() && !base::inForkedChild()) {
-    handle(static_cast<QWindow&>(*receiver), *event);
-  }
+  if (!receiver->isWindowType() || base::inForkedChild()) return false;
+  auto& window = static_cast<QWindow&>(*receiver);
+  // A scene inside of a widget has a window that the system knows nothing of, and gets its events
+  // from the widget.
+  if (window.handle() != nullptr) handle(window, *event);
   return false;
 }
 

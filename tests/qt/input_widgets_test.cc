@@ -1,7 +1,9 @@
 // What is told of a person's hands on an app of Widgets.
+#include <QCoreApplication>
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
+#include <QQuickWindow>
 #include <QScrollArea>
 #include <QScrollBar>
 #include <QTest>
@@ -16,6 +18,21 @@
 
 namespace zarn::testing {
 namespace {
+
+/// As a scene of Qt Quick inside of a widget has it.
+struct Embedding : QWidget {
+  using QWidget::QWidget;
+  bool event(QEvent* event) override {
+    const auto type = event->type();
+    if (type == QEvent::MouseButtonPress || type == QEvent::MouseButtonRelease) {
+      QCoreApplication::sendEvent(&inner, event);
+      event->accept();
+      return true;
+    }
+    return QWidget::event(event);
+  }
+  QQuickWindow inner;  // never created: the system knows nothing of it
+};
 
 struct Form : QWidget {
   Form() {
@@ -63,6 +80,15 @@ struct Form : QWidget {
   int begun = 0;
   int ended = 0;
 };
+
+TEST(WidgetInput, TellsOfTapsOnScenesInsideOfWidgets) {
+  Form form;
+  Embedding scene(&form);
+  scene.setGeometry(0, 0, 100, 100);
+  scene.show();
+  form.click(scene);
+  EXPECT_EQ(form.taps, 1);
+}
 
 TEST(WidgetInput, TellsOfTapsOnceAndOfTheControlsThatTheyOperate) {
   Form form;
