@@ -29,7 +29,8 @@ void endLoop(Attachment& attached, bool mayRun) {
   if (base::inForkedChild()) return;
   // What waits belongs to the app's life still.
   attached.main.endLoop(mayRun);
-  if (QtHost* const host = attached.host.load()) host->terminate();
+  forgetGuiThread();
+  if (QtHost* const host = attached.host.load()) host->end();
 }
 
 /// Once, when the library first needs its host. Any thread.

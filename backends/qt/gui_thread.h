@@ -18,4 +18,9 @@ inline void noteGuiThread() {
   internal::isGuiThread = true;
 }
 
+/// There as well: its loop has ended.
+inline void forgetGuiThread() {
+  internal::isGuiThread = false;
+}
+
 }  // namespace zarn::qt

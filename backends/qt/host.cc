@@ -64,4 +64,11 @@ void QtHost::follow(QGuiApplication& app) {
   life_.changing();
 }
 
+void QtHost::end() {
+  // Should the app run its loop again, what they tell would meet tasks that run on another thread.
+  screens_.end();
+  input_.end();
+  life_.terminate();
+}
+
 }  // namespace zarn::qt

@@ -46,8 +46,9 @@ class QtHost {
   platform::Host& services() { return services_; }
   /// Looks at the app's events from now on. Thread of the user interface.
   void follow(QGuiApplication& app);
-  /// The loop has ended. Any thread.
-  void terminate() { life_.terminate(); }
+  /// The loop has ended: the app is left alone from now on, and its end is told. Thread of the user
+  /// interface.
+  void end();
 
  private:
   QtDispatch dispatch_;

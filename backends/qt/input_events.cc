@@ -14,6 +14,10 @@ namespace zarn::qt {
 
 QtInputEvents::QtInputEvents() = default;
 QtInputEvents::~QtInputEvents() {
+  end();
+}
+
+void QtInputEvents::end() {
   delete hooks_;
 }
 

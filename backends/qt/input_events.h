@@ -14,6 +14,8 @@ class QtInputEvents final : public platform::InputEvents {
  public:
   QtInputEvents();
   ~QtInputEvents() override;
+  /// Takes the hooks out of the app. Thread of the user interface.
+  void end();
 
   void listen(platform::InputListener listener) override;
   platform::View hitTest(const platform::View& window, base::Point location) override;

@@ -23,6 +23,10 @@ class SelectionObservation final : public platform::Observation {
 
 QtScreenEvents::QtScreenEvents() = default;
 QtScreenEvents::~QtScreenEvents() {
+  end();
+}
+
+void QtScreenEvents::end() {
   delete hooks_;
 }
 

@@ -21,6 +21,8 @@ class QtScreenEvents final : public platform::ScreenEvents {
  public:
   QtScreenEvents();
   ~QtScreenEvents() override;
+  /// Takes the hooks out of the app. Thread of the user interface.
+  void end();
 
   void listen(platform::ScreenListener listener) override;
   std::unique_ptr<platform::Observation> observeSelection(

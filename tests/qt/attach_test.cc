@@ -8,6 +8,8 @@
 #include <QNetworkAccessManager>
 #include <QTest>
 #include <QTimer>
+#include <QWidget>
+#include <QWindow>
 #include <cstdlib>
 #include <regex>
 #include <string>
@@ -15,6 +17,7 @@
 
 #include "platform/dispatch.h"
 #include "platform/host.h"
+#include "platform/input_events.h"
 #include "support/loopback_server.h"
 #include "support/temp_directory.h"
 #include "zarn/desktop.h"
@@ -54,6 +57,16 @@ TEST(AttachProcess, Run) {
   attach(*qApp);
   Zarn::configure("wk_test_x_qt_abc", {.apiHost = ::getenv(kServer)});
 
+  auto& host = platform::processHost();
+  int taps = 0;
+  host.input.listen({.tapped = [&](const platform::Touch&) { ++taps; }});
+  QWidget window;
+  window.resize(100, 100);
+  window.show();
+  EXPECT_TRUE(QTest::qWaitForWindowExposed(&window));
+  QTest::mouseClick(window.windowHandle(), Qt::LeftButton);
+  EXPECT_EQ(taps, 1);
+
   bool wasLinked = false;
   Zarn::onDeepLink([&](const ZarnDeepLink& link) {
     EXPECT_EQ(std::this_thread::get_id(), guiThread);
@@ -72,7 +85,10 @@ TEST(AttachProcess, Run) {
   // The loop is over, the client is not.
   Zarn::track("after the loop");
   EXPECT_TRUE(QTest::qWaitFor([] { return Zarn::flush(1.0); }, 10000));
-  EXPECT_FALSE(platform::processHost().dispatch.main().isCurrent());
+  EXPECT_FALSE(host.dispatch.main().isCurrent());
+  QTest::mouseClick(window.windowHandle(), Qt::LeftButton);
+  EXPECT_EQ(taps, 1) << "what is told here would meet what runs there";
+  EXPECT_FALSE(host.input.hitTest({}, {}));
 }
 
 /// The app dies at the end of main, with a timer of ours set.
