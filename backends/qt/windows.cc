@@ -12,6 +12,7 @@
 #include <cstring>
 
 #include "base/fork_guard.h"
+#include "qt/animators.h"
 #include "qt/gui_thread.h"
 #include "qt/quick_views.h"
 #include "qt/widget_views.h"
@@ -49,6 +50,7 @@ bool isShown(const QWindow* window) {
 bool drawQuick(QQuickWindow& window, double scale, platform::Bitmap& into) {
   QImage target = canvas(QSizeF(window.size()), scale);
   if (target.isNull() || !isShown(&window)) return false;
+  if (hasRunningAnimator(*window.contentItem())) return false;
   QImage seen = window.grabWindow();
   if (seen.isNull()) return false;
   seen.setDevicePixelRatio(1);

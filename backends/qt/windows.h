@@ -17,7 +17,8 @@ struct RootScreens {
 };
 
 /// GUI thread. A picture shows what the window itself holds; native windows inside of it are not
-/// drawn. A window that is hidden, minimised or not on a screen can't be drawn.
+/// drawn. A window that is hidden, minimised or not on a screen can't be drawn, nor one in which
+/// animators run: what they move is not where its item says.
 class QtWindows final : public platform::Windows {
  public:
   explicit QtWindows(RootScreens roots) : roots_(std::move(roots)) {}
