@@ -103,6 +103,18 @@ bool isRunningForever(const QObject& animation, const ClassFacts& type) {
          type.read<int>(animation, Property::loops, 1) < 0;  // for ever
 }
 
+bool showsText(const ClassFacts& type) {
+  return type.trait == Trait::label || type.trait == Trait::textInput ||
+         type.trait == Trait::textEdit;
+}
+
+/// A text that has more to say than there is room for goes on outside of its item.
+base::Rect paintedBeyond(const QQuickItem& item) {
+  const QRectF painted = item.boundingRect();
+  if (QRectF(0, 0, item.width(), item.height()).contains(painted)) return {};
+  return {painted.x(), painted.y(), painted.width(), painted.height()};
+}
+
 }  // namespace
 
 void eachHanging(const QQuickItem& item,
@@ -131,6 +143,7 @@ ViewFacts quickFacts(QQuickItem& item) {
   facts.isHidden = !item.isVisible();
   facts.alpha = item.opacity();
   facts.size = {item.width(), item.height()};
+  if (showsText(type)) facts.painted = paintedBeyond(item);
   facts.isControl = isControl(type);
   facts.hasTapGesture = hasTapGesture(item, type);
   facts.isDisabled = !item.isEnabled();

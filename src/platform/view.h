@@ -82,6 +82,7 @@ struct ViewFacts {
   bool isHidden = true;            // itself, whatever its ancestors are
   double alpha = 0;                // its own, 0 to 1
   base::Size size;                 // of its bounds
+  base::Rect painted;              // what it paints itself; empty where that is within its bounds
   bool isControl = false;          // reports that it was operated
   bool hasTapGesture = false;      // acts on a tap without being a control
   bool isDisabled = false;         //

@@ -148,9 +148,12 @@ class RedactionEngine::Walk {
     const bool isMasked = hider == nullptr && engine_.shouldMask(view, facts);
     const bool draws = hider != nullptr && !facts.drawsNothing;
     base::Rect box = clip;
-    if (isMasked || draws || facts.clipsChildren) box = visibleBox(view, facts.size, clip);
+    if (isMasked || draws || facts.clipsChildren) box = visibleBox(view, bounds(facts), clip);
     // What a view holds may reach out of it, and a wrapper may have no size at all.
     if (isMasked || (draws && !contains(*hider, box))) hide(box);
+    if ((isMasked || draws) && !facts.painted.isEmpty() && !facts.clipsChildren) {
+      hide(visibleBox(view, facts.painted, clip));
+    }
     visitChildren(view, facts.clipsChildren ? box : clip, level, isMasked ? &box : hider);
   }
 
@@ -169,9 +172,13 @@ class RedactionEngine::Walk {
     });
   }
 
+  static base::Rect bounds(const ViewFacts& facts) {
+    return {0, 0, facts.size.width, facts.size.height};
+  }
+
   /// Where that can't be told, everywhere.
-  base::Rect visibleBox(const View& view, base::Size size, const base::Rect& clip) const {
-    const base::Rect box = view.convert({0, 0, size.width, size.height}, root_);
+  base::Rect visibleBox(const View& view, const base::Rect& part, const base::Rect& clip) const {
+    const base::Rect box = view.convert(part, root_);
     return isFinite(box) ? box.intersected(clip) : clip;
   }
 
