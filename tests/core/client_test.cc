@@ -70,7 +70,8 @@ TEST_F(ClientTest, AsksTheServerFirstAndSendsWhatHasGatheredThen) {
   EXPECT_EQ(batches(), 0);
   client.answerConfig();
   ASSERT_EQ(batches(), 1);
-  EXPECT_EQ(client.allWaitingNames(), (Names{"app_launch", "one", "two", "three", "four"}));
+  EXPECT_EQ(TestClient::namesOf(client.allWaitingEvents()),
+            (Names{"app_launch", "one", "two", "three", "four"}));
   const auto batch = host_.http.nextRequest();
   EXPECT_EQ(batch.headers,
             (std::vector<std::pair<std::string, std::string>>{

@@ -118,7 +118,20 @@ class TestClient {
   }
   std::vector<std::string> waitingNames() { return namesOf(waitingEvents()); }
   /// With those that tell of the app's own life.
-  std::vector<std::string> allWaitingNames() { return namesOf(allWaitingEvents()); }
+  std::vector<Properties> allWaitingEvents() {
+    if (host_.http.waitingCount("/batch") == 0) return {};
+    const auto body = base::parseJson(host_.http.bodyOf("/batch"));
+    std::vector<Properties> events;
+    for (const Value& event : *body->asProperties()->find("batch")->asArray()) {
+      events.push_back(*event.asProperties());
+    }
+    return events;
+  }
+  static std::vector<std::string> namesOf(const std::vector<Properties>& events) {
+    std::vector<std::string> names;
+    for (const auto& event : events) names.emplace_back(*event.find("event_name")->asString());
+    return names;
+  }
   /// Flushes, and answers that all was accepted.
   void deliver() {
     client_.flush();
@@ -137,21 +150,6 @@ class TestClient {
   }
 
  private:
-  std::vector<Properties> allWaitingEvents() {
-    if (host_.http.waitingCount("/batch") == 0) return {};
-    const auto body = base::parseJson(host_.http.bodyOf("/batch"));
-    std::vector<Properties> events;
-    for (const Value& event : *body->asProperties()->find("batch")->asArray()) {
-      events.push_back(*event.asProperties());
-    }
-    return events;
-  }
-  static std::vector<std::string> namesOf(const std::vector<Properties>& events) {
-    std::vector<std::string> names;
-    for (const auto& event : events) names.emplace_back(*event.find("event_name")->asString());
-    return names;
-  }
-
   TestHost& host_;
   core::Client client_;
 };
