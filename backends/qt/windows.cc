@@ -102,7 +102,7 @@ void QtWindows::each(base::FunctionRef<bool(const platform::Window&)> visit) {
 void QtWindows::listen(std::function<void()> becameKey) {
   QObject::connect(qGuiApp, &QGuiApplication::focusWindowChanged, qGuiApp,
                    [becameKey = std::move(becameKey)](QWindow* window) {
-                     if (window != nullptr) becameKey();
+                     if (window != nullptr && onGuiThread()) becameKey();
                    });
 }
 
