@@ -87,7 +87,8 @@ void Visitor::buy() {
   typeSecret("cardField", "4000123499567897");
   hands_.type("expiryField", "09/31");
   hands_.type("cvcField", "739");
-  for (const char* field : {"nameField", "phoneField", "noteField", "cardField", "cvcField"}) {
+  for (const char* field :
+       {"nameField", "phoneField", "noteField", "cardField", "expiryField", "cvcField"}) {
     noteHidden(field);
   }
   look();
