@@ -68,7 +68,10 @@ bool ScreenHooks::eventFilter(QObject* receiver, QEvent* event) {
   if (base::inForkedChild()) return false;
   if (receiver->isWindowType()) {
     if (event->type() == QEvent::Resize) return false;  // a frame follows
-    if (auto* const quick = qobject_cast<QQuickWindow*>(receiver)) watch(*quick);
+    // Only here: a window that hides may have lost what makes it one of Qt Quick's.
+    auto* const quick =
+        event->type() == QEvent::Show ? qobject_cast<QQuickWindow*>(receiver) : nullptr;
+    if (quick != nullptr) watch(*quick);
     onChange();
   } else if (receiver->isWidgetType() && event->type() != QEvent::Expose) {
     onFrame();
