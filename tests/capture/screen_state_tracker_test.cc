@@ -52,6 +52,26 @@ TEST_F(ScreenStateTrackerTest, TellsAChangeOnceTheLayoutIsAtRest) {
   EXPECT_EQ(told.size(), 2u) << "the same, and one whose name says nothing";
 }
 
+TEST_F(ScreenStateTrackerTest, HoldsTheFirstRestAgainstWhatWasToldOfTheArrival) {
+  for (const bool isLoading : {true, false}) {
+    const Page list = isLoading ? page("Orders", 0) : page("Invoices", 5);
+    const auto spinner =
+        ui.node({.kind = platform::ViewKind::activityIndicator, .isAnimating = isLoading});
+    list.screen->look.view->add(spinner);
+    ui.screens.appear(list.screen);
+    told.clear();
+    list.screen->look.view->remove(spinner);
+    addRow(list);
+    settle(list);
+    EXPECT_EQ(told.size(), isLoading ? 1u : 0u) << "another shape of the same state is no news";
+    told.clear();
+    settle(list);
+    addRow(list);
+    settle(list);
+    EXPECT_EQ(told.size(), 1u) << "from then on every shape is";
+  }
+}
+
 TEST_F(ScreenStateTrackerTest, AStormOfSignalsCostsOneLook) {
   const Page home = page("Home", 20);
   int before = ui.questions();
