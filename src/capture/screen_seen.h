@@ -13,9 +13,4 @@ struct ScreenSeen {
   model::ScreenObservation observation;
 };
 
-/// What a screen without a name of its own is called.
-inline std::string fallbackName(const model::ScreenObservation& observation) {
-  return "Screen_" + model::screenFingerprint(observation.structureHash);
-}
-
 }  // namespace zarn::capture

@@ -8,14 +8,13 @@
 namespace zarn::capture {
 namespace {
 
-constexpr std::string_view kGeneratedPrefix = "Screen_";
 constexpr std::size_t kLeastGenuine = 21;  // characters of a name that begins so
 constexpr std::size_t kMostCharacters = 80;
 constexpr std::size_t kMostBytes = 320;  // a character may be any number of bytes
 constexpr std::size_t kMostBytesRead = 1024;
 
 bool saysNothing(std::string_view name) {
-  return name.empty() || (name.starts_with(kGeneratedPrefix) &&
+  return name.empty() || (name.starts_with(model::kShapeNamePrefix) &&
                           base::countCharacters(name, kLeastGenuine) < kLeastGenuine);
 }
 

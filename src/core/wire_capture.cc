@@ -40,7 +40,7 @@ void Pipeline::wireCapture(std::function<void(const Breadcrumb&)> addBreadcrumb)
   };
   const auto offer = [this](const platform::Screen& screen, const capture::ScreenSeen& seen) {
     screenshots->offer(screen, {.name = seen.name,
-                                .fallbackName = capture::fallbackName(seen.observation),
+                                .fallbackName = model::shapeName(seen.observation.structureHash),
                                 .className = seen.className,
                                 .state = seen.observation.state});
   };

@@ -28,6 +28,10 @@ std::string screenFingerprint(std::uint64_t structureHash) {
   return text;
 }
 
+std::string shapeName(std::uint64_t structureHash) {
+  return std::string(kShapeNamePrefix) + screenFingerprint(structureHash);
+}
+
 std::string_view name(NameCandidate::Source source) {
   using Source = NameCandidate::Source;
   switch (source) {

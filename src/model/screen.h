@@ -21,6 +21,9 @@ struct ScreenObservation {
 
 /// "%08x" of the hash's low 32 bits: how events name a screen's shape.
 std::string screenFingerprint(std::uint64_t structureHash);
+/// What a screen without a name of its own is called: "Screen_" and its fingerprint.
+std::string shapeName(std::uint64_t structureHash);
+inline constexpr std::string_view kShapeNamePrefix = "Screen_";
 
 struct NameCandidate {
   enum class Source : std::uint8_t {

@@ -96,7 +96,7 @@ std::string ScreenNaming::nameInside(const platform::Screen& screen, std::string
   tree_.look(screen.view());
   if (std::string found = hostedNameInSubviews(tree_, className); !found.empty()) return found;
   if (std::string found = topLabelText(tree_); !found.empty()) return found;
-  return "Screen_" + model::screenFingerprint(observation.structureHash);
+  return model::shapeName(observation.structureHash);
 }
 
 std::string ScreenNaming::resolveTabName(const platform::Screen& tabs,
@@ -157,10 +157,9 @@ bool isSystemScreen(const platform::Screen& screen, std::string_view className) 
 }
 
 bool isPlaceholderName(std::string_view name) {
-  constexpr std::string_view kShapeName = "Screen_";
   constexpr std::size_t kShapeNameCharacters = 15;
   if (name.find(' ') != std::string_view::npos && !isLikelyTitle(name)) return true;
-  if (name.starts_with(kShapeName) &&
+  if (name.starts_with(model::kShapeNamePrefix) &&
       base::countCharacters(name, kShapeNameCharacters + 1) == kShapeNameCharacters) {
     return true;
   }

@@ -54,7 +54,8 @@ TEST_F(CaptureTest, TellsTheWayOfAUser) {
   EXPECT_EQ(crumbs[1].message, "Tap: Next");
   EXPECT_EQ(crumbs[1].category, "ui");
   ASSERT_EQ(offers.size(), 2u);
-  EXPECT_EQ(fallbackName(offers[0].seen.observation), "Screen_" + from.substr(1, 8));
+  EXPECT_EQ(model::shapeName(offers[0].seen.observation.structureHash),
+            "Screen_" + from.substr(1, 8));
 
   told.clear();
   dispatch.advance(1.0);
