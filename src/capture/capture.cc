@@ -43,7 +43,7 @@ Capture::Capture(const CaptureParts& parts, screens::ViewPrivacy privacy, Captur
       tabs_(parts.windows, parts.screens,
             [this](const platform::Screen& tabs, const platform::Screen& selected,
                    const platform::Screen& leaf) { tellTab(tabs, selected, leaf); }),
-      states_(parts.main, parts.clock, scrolling_, observer_,
+      states_(parts.main, parts.clock, scrolling_, observer_, actions_.mayCollect,
               [this](const platform::Screen& screen, const model::ScreenObservation& observation) {
                 tellStateChange(screen, observation);
               }),

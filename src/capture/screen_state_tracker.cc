@@ -12,11 +12,12 @@ namespace zarn::capture {
 ScreenStateTracker::ScreenStateTracker(base::Executor& main, const platform::Clock& clock,
                                        const screens::ScrollObserver& scrolling,
                                        screens::ScreenObserver& observer,
-                                       OnStateChange onStateChange)
+                                       std::function<bool()> mayLook, OnStateChange onStateChange)
     : main_(main),
       clock_(clock),
       scrolling_(scrolling),
       observer_(observer),
+      mayLook_(std::move(mayLook)),
       onStateChange_(std::move(onStateChange)) {}
 
 void ScreenStateTracker::appeared(const platform::Screen& screen, model::ScreenState state) {
@@ -60,6 +61,7 @@ void ScreenStateTracker::check(std::uint64_t id) {
 }
 
 void ScreenStateTracker::look(const platform::Screen& screen, std::uint64_t id) {
+  if (!mayLook_()) return;
   const platform::View view = screen.view();
   if (!view || !view.window() || view.facts().size.isEmpty()) return;
   const model::ScreenObservation observation = observer_.observe(view);

@@ -32,9 +32,10 @@ class ScreenStateTracker {
   using OnStateChange =
       std::function<void(const platform::Screen&, const model::ScreenObservation&)>;
 
+  /// `mayLook`: asked before each look; what was allowed as a signal came may no longer be.
   ScreenStateTracker(base::Executor& main, const platform::Clock& clock,
                      const screens::ScrollObserver& scrolling, screens::ScreenObserver& observer,
-                     OnStateChange onStateChange);
+                     std::function<bool()> mayLook, OnStateChange onStateChange);
 
   /// The screen has been told of as it came into sight, mostly before it is at rest: the next look
   /// tells of it again only when it is in another state by then.
@@ -64,6 +65,7 @@ class ScreenStateTracker {
   const platform::Clock& clock_;
   const screens::ScrollObserver& scrolling_;
   screens::ScreenObserver& observer_;
+  const std::function<bool()> mayLook_;
   const OnStateChange onStateChange_;
 
   ScreenMemory<Memory> memory_;

@@ -72,6 +72,22 @@ TEST_F(ScreenStateTrackerTest, HoldsTheFirstRestAgainstWhatWasToldOfTheArrival) 
   }
 }
 
+TEST_F(ScreenStateTrackerTest, LooksAtNothingOnceItMayNot) {
+  const Page home = page("Home", 2);
+  settle(home);
+  for (const bool isPause : {true, false}) {
+    addRow(home);
+    ui.screens.layOut(home.screen);
+    isPause ? pause() : optOut();
+    const int before = ui.questions();
+    dispatch.advance(2 * ScreenStateTracker::kRest);
+    EXPECT_EQ(ui.questions(), before);
+    mayCollect = true;
+  }
+  settle(home);
+  EXPECT_EQ(told.size(), 1u) << "changed since the last look";
+}
+
 TEST_F(ScreenStateTrackerTest, AStormOfSignalsCostsOneLook) {
   const Page home = page("Home", 20);
   int before = ui.questions();
