@@ -175,6 +175,7 @@ void Capture::tellTab(const platform::Screen& tabs, const platform::Screen& sele
   if (!actions_.mayCollect()) return;
   ScreenSeen seen;
   seen.className = naming_.className(leaf);
+  if (screens::isSystemScreen(leaf, seen.className)) return;
   seen.name = naming_.resolveTabName(tabs, selected, leaf, seen.className);
   if (seen.name.empty() || recent_.isMatched(seen.name, parts_.clock.monotonic())) return;
   actions_.admit(EventType::screenView, seen.name, tabSwitchProperties(seen.className));

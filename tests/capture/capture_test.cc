@@ -181,6 +181,28 @@ TEST_F(CaptureTest, ATabSwitchIsAVisitOfItsOwn) {
   EXPECT_EQ(visits, (Names{"Home", "My cart", "Home", "Tab 3", "Home"}));
 }
 
+TEST_F(CaptureTest, ATabThatShowsOnlyPlumbingIsNotToldOf) {
+  start();
+  const Page home = page("Home", 2);
+  const auto loading = ui.screen({.kind = platform::ScreenKind::navigation,
+                                  .classText = "StackView",
+                                  .view = ui.node({}),
+                                  .title = "Orders"});
+  const auto tabs = ui.screen({.kind = platform::ScreenKind::tabs,
+                               .view = ui.node({}),
+                               .children = {home.screen, loading},
+                               .tabTitles = {"Home", "Orders"},
+                               .selectedIndex = 0});
+  appear(home);
+  wait();
+  told.clear();
+  ui.screens.select(tabs, 1);
+  EXPECT_EQ(names(), Names{});
+  EXPECT_EQ(offers.size(), 1u);
+  background();
+  EXPECT_EQ(events(EventType::screenVisit).size(), 1u);
+}
+
 TEST_F(CaptureTest, ManualScreensAreTheHostsOwn) {
   start();
   const Page home = page("Home", 2);
