@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "base/text.h"
 #include "capture/hooked.h"
 #include "capture/screen_properties.h"
 #include "capture/visible_leaf.h"
@@ -15,6 +16,9 @@ namespace zarn::capture {
 namespace {
 
 using model::EventType;
+
+/// In bytes. The filter's time grows with the text, and it runs on the host's thread.
+constexpr std::size_t kLongestGivenName = 1000;
 
 }  // namespace
 
@@ -208,7 +212,7 @@ void Capture::tellTap(const Tap& tap) {
 }
 
 void Capture::screenView(std::string_view name, const Properties& properties) {
-  const std::string shown = privacy_.filter(name);
+  const std::string shown = privacy_.filter(base::prefixOfBytes(name, kLongestGivenName));
   leaveScreenBreadcrumb(shown, "manual");
   actions_.admit(EventType::screenView, shown, manualScreenProperties(properties));
   if (!actions_.offer) return;

@@ -227,6 +227,8 @@ TEST_F(CaptureTest, ManualScreensAreTheHostsOwn) {
   capture->screenView("Gone", {});
   dispatch.runUntilIdle();
   EXPECT_EQ(offers.size(), 1u);
+  capture->screenView("x" + std::string(2000, 'x').replace(998, 2, "é"), {});
+  EXPECT_EQ(told.back().name, std::string(999, 'x')) << "cut between characters";
 }
 
 TEST_F(CaptureTest, TellsTheLifeOfTheApp) {
