@@ -35,7 +35,7 @@ QString stringProperty(const QObject& object, const char* name) {
 
 // The only text in a page's header, its controls' aside: then it is the page's title.
 struct HeaderText {
-  QString text;
+  QQuickItem* label = nullptr;
   int count = 0;
   int budget = 100;
 
@@ -46,8 +46,7 @@ struct HeaderText {
     const ItemClass kind = itemClass(item);
     if (kind == ItemClass::button || kind == ItemClass::tabBar) return;
     if (kind == ItemClass::text) {
-      const QString shown = stringProperty(item, "text");
-      if (!shown.trimmed().isEmpty() && ++count == 1) text = shown;
+      if (!stringProperty(item, "text").trimmed().isEmpty() && ++count == 1) label = &item;
       return;
     }
     const auto children = item.childItems();
@@ -55,12 +54,43 @@ struct HeaderText {
   }
 };
 
+QQuickItem* titleLabelOf(const QQuickItem& page) {
+  if (itemClass(page) != ItemClass::page) return nullptr;
+  auto* const header = toolkitProperty(page, "header").value<QQuickItem*>();
+  if (header == nullptr || isWithinPrivate(*header)) return nullptr;
+  HeaderText found;
+  found.look(*header);
+  return found.count == 1 ? found.label : nullptr;
+}
+
 int tabIndexOf(QQuickItem& container, const QQuickItem* branch) {
   const int count = std::min(tabCount(container), 64);
   for (int i = 0; i < count; ++i) {
     if (tabItem(container, i) == branch) return i;
   }
   return -1;
+}
+
+QQuickItem* tabButtonAt(QQuickItem& container, int index) {
+  QQuickItem* const bar = index >= 0 ? tabBarOf(container) : nullptr;
+  QQuickItem* const button = bar != nullptr ? containerItem(*bar, index) : nullptr;
+  return button != nullptr && !isWithinPrivate(*button) ? button : nullptr;
+}
+
+QQuickItem* tabButtonOf(QQuickItem& screen) {
+  QQuickItem* branch = nullptr;
+  QQuickItem* const container = containerOf(screen, &branch);
+  if (container == nullptr || placeOf(*container) != QuickPlace::tabs) return nullptr;
+  return tabButtonAt(*container, tabIndexOf(*container, branch));
+}
+
+std::string_view buttonText(const QQuickItem* button, base::TextArena& arena) {
+  return button != nullptr ? labelToArena(stringProperty(*button, "text"), arena)
+                           : std::string_view();
+}
+
+platform::View viewOf(QQuickItem* item) {
+  return item != nullptr ? quickView(item) : platform::View();
 }
 
 }  // namespace
@@ -118,20 +148,20 @@ std::string_view QuickScreens::title(Node node, base::TextArena& arena) {
 }
 
 std::string_view QuickScreens::navigationTitle(Node node, base::TextArena& arena) {
-  QQuickItem& item = itemOfNode(node);
-  if (itemClass(item) != ItemClass::page) return {};
-  auto* const header = toolkitProperty(item, "header").value<QQuickItem*>();
-  if (header == nullptr || isWithinPrivate(*header)) return {};
-  HeaderText found;
-  found.look(*header);
-  return found.count == 1 ? toArena(found.text, arena) : std::string_view();
+  const QQuickItem* const label = titleLabelOf(itemOfNode(node));
+  return label != nullptr ? toArena(stringProperty(*label, "text"), arena) : std::string_view();
 }
 
 std::string_view QuickScreens::tabTitle(Node node, base::TextArena& arena) {
-  QQuickItem* branch = nullptr;
-  QQuickItem* const container = containerOf(itemOfNode(node), &branch);
-  if (container == nullptr || placeOf(*container) != QuickPlace::tabs) return {};
-  return tabTitleAt(container, tabIndexOf(*container, branch), arena);
+  return buttonText(tabButtonOf(itemOfNode(node)), arena);
+}
+
+platform::View QuickScreens::navigationTitleView(Node node) {
+  return viewOf(titleLabelOf(itemOfNode(node)));
+}
+
+platform::View QuickScreens::tabView(Node node) {
+  return viewOf(tabButtonOf(itemOfNode(node)));
 }
 
 platform::View QuickScreens::view(Node node) {
@@ -201,10 +231,11 @@ ScreenTree::Node QuickScreens::selected(Node node) {
 }
 
 std::string_view QuickScreens::tabTitleAt(Node node, int index, base::TextArena& arena) {
-  QQuickItem* const bar = index >= 0 ? tabBarOf(itemOfNode(node)) : nullptr;
-  QQuickItem* const button = bar != nullptr ? containerItem(*bar, index) : nullptr;
-  if (button == nullptr || isWithinPrivate(*button)) return {};
-  return labelToArena(stringProperty(*button, "text"), arena);
+  return buttonText(tabButtonAt(itemOfNode(node), index), arena);
+}
+
+platform::View QuickScreens::tabViewAt(Node node, int index) {
+  return viewOf(tabButtonAt(itemOfNode(node), index));
 }
 
 std::unique_ptr<platform::ScreenToolkit::WeakNode> QuickScreens::weak(Node node) {

@@ -20,6 +20,8 @@ class QuickScreens final : public ScreenTree {
   std::string_view title(Node node, base::TextArena& arena) override;
   std::string_view navigationTitle(Node node, base::TextArena& arena) override;
   std::string_view tabTitle(Node node, base::TextArena& arena) override;
+  platform::View navigationTitleView(Node node) override;
+  platform::View tabView(Node node) override;
   platform::View view(Node node) override;
   Node parent(Node node) override;
   void eachChild(Node node, Visit visit) override;
@@ -28,6 +30,7 @@ class QuickScreens final : public ScreenTree {
   std::optional<int> selectedIndex(Node node) override;
   Node selected(Node node) override;
   std::string_view tabTitleAt(Node node, int index, base::TextArena& arena) override;
+  platform::View tabViewAt(Node node, int index) override;
   std::unique_ptr<WeakNode> weak(Node node) override;
 
   bool isSettled(Node node) override;

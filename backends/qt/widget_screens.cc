@@ -142,6 +142,12 @@ QWidget* containerOf(QWidget& widget) {
   return container;
 }
 
+// Tabs are no widgets of their own.
+platform::View barView(QWidget* container) {
+  QTabBar* const bar = container != nullptr ? tabBarOf(*container) : nullptr;
+  return bar != nullptr ? widgetView(bar) : platform::View();
+}
+
 }  // namespace
 
 WidgetScreens& WidgetScreens::instance() {
@@ -183,6 +189,18 @@ std::string_view WidgetScreens::tabTitle(Node node, base::TextArena& arena) {
     if (page == &widget || page->isAncestorOf(&widget)) return tabTitleAt(container, i, arena);
   }
   return {};
+}
+
+platform::View WidgetScreens::navigationTitleView(Node) {
+  return {};
+}
+
+platform::View WidgetScreens::tabView(Node node) {
+  return barView(containerOf(widgetOfNode(node)));
+}
+
+platform::View WidgetScreens::tabViewAt(Node node, int) {
+  return barView(&widgetOfNode(node));
 }
 
 platform::View WidgetScreens::view(Node node) {

@@ -46,6 +46,10 @@ class ScreenToolkit {
   virtual std::string_view navigationTitle(Node node, base::TextArena& arena) = 0;
   /// What its own tab says; not that of a screen around it.
   virtual std::string_view tabTitle(Node node, base::TextArena& arena) = 0;
+  /// What shows these two: the label in the bar above; the tab, or the bar that it is a part of. No
+  /// view where there is none. Asked first, since a title is as private as what shows it.
+  virtual View navigationTitleView(Node node) = 0;
+  virtual View tabView(Node node) = 0;
   /// No view while it is not loaded.
   virtual View view(Node node) = 0;
 
@@ -60,6 +64,7 @@ class ScreenToolkit {
   virtual std::optional<int> selectedIndex(Node node) = 0;
   virtual Node selected(Node node) = 0;
   virtual std::string_view tabTitleAt(Node node, int index, base::TextArena& arena) = 0;
+  virtual View tabViewAt(Node node, int index) = 0;  // what shows that one
 
   class WeakNode {
    public:
@@ -94,6 +99,8 @@ class Screen {
   std::string_view tabTitle(base::TextArena& arena) const {
     return toolkit_->tabTitle(node_, arena);
   }
+  View navigationTitleView() const { return toolkit_->navigationTitleView(node_); }
+  View tabView() const { return toolkit_->tabView(node_); }
   View view() const { return toolkit_->view(node_); }
 
   Screen parent() const { return {*toolkit_, toolkit_->parent(node_)}; }
@@ -109,6 +116,7 @@ class Screen {
   std::string_view tabTitleAt(int index, base::TextArena& arena) const {
     return toolkit_->tabTitleAt(node_, index, arena);
   }
+  View tabViewAt(int index) const { return toolkit_->tabViewAt(node_, index); }
 
   /// Allocates.
   WeakScreen weak() const;

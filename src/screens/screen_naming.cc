@@ -25,24 +25,25 @@ std::string ScreenNaming::readableName(std::string_view text) const {
   return readable(privacy_, text, kLongestName);
 }
 
-bool ScreenNaming::mayReadTitles(const platform::Screen& screen) const {
-  const platform::View view = screen.view();
-  return !view || isReadable(privacy_, view);
+/// What nothing shows cannot be told to be free.
+bool ScreenNaming::mayRead(const platform::View& view) const {
+  return view && isReadable(privacy_, view);
 }
 
 std::string ScreenNaming::title(const platform::Screen& screen) {
-  return mayReadTitles(screen) ? readableName(screen.title(arena_)) : std::string();
+  return mayRead(screen.view()) ? readableName(screen.title(arena_)) : std::string();
 }
 
 std::string ScreenNaming::navigationTitle(const platform::Screen& screen) {
-  return mayReadTitles(screen) ? readableName(screen.navigationTitle(arena_)) : std::string();
+  const bool mayTell = mayRead(screen.view()) && mayRead(screen.navigationTitleView());
+  return mayTell ? readableName(screen.navigationTitle(arena_)) : std::string();
 }
 
 /// A tab is no part of the view that it leads to, but of the one around both.
 std::string ScreenNaming::tabTitle(const platform::Screen& screen) {
   const platform::Screen around = screen.parent();
-  const bool mayRead = mayReadTitles(around ? around : screen);
-  return mayRead ? readableName(screen.tabTitle(arena_)) : std::string();
+  const bool mayTell = mayRead((around ? around : screen).view()) && mayRead(screen.tabView());
+  return mayTell ? readableName(screen.tabTitle(arena_)) : std::string();
 }
 
 std::string ScreenNaming::tabTitleAround(const platform::Screen& screen) {
@@ -62,7 +63,7 @@ std::string ScreenNaming::tabBarTitle(const platform::View& inside) {
 }
 
 std::string ScreenNaming::identifier(const platform::View& view) {
-  if (!view || !isReadable(privacy_, view)) return {};
+  if (!mayRead(view)) return {};
   return readableName(view.accessibilityIdentifier(arena_));
 }
 
@@ -115,7 +116,7 @@ std::string ScreenNaming::resolveTabName(const platform::Screen& tabs,
   if (!saysNothing(name) && !saysNothing(stripped)) return name;
 
   const std::optional<int> index = tabs.selectedIndex();
-  if (index && mayReadTitles(tabs)) {
+  if (index && mayRead(tabs.view()) && mayRead(tabs.tabViewAt(*index))) {
     std::string found = readableName(tabs.tabTitleAt(*index, arena_));
     if (!found.empty()) return found;
   }

@@ -15,7 +15,8 @@
 namespace zarn::screens {
 
 /// Main thread. All texts come filtered, and none from a view that is masked or lies inside one;
-/// nor are the titles of a screen told whose own view is. Types are told as they are.
+/// nor are the titles of a screen told whose own view is, or is not there. Types are told as they
+/// are.
 class ScreenNaming {
  public:
   /// In characters; longer names are cut.
@@ -43,7 +44,7 @@ class ScreenNaming {
 
  private:
   std::string readableName(std::string_view text) const;
-  bool mayReadTitles(const platform::Screen& screen) const;
+  bool mayRead(const platform::View& view) const;
   std::string title(const platform::Screen& screen);
   std::string navigationTitle(const platform::Screen& screen);
   std::string tabTitle(const platform::Screen& screen);

@@ -31,6 +31,8 @@ class Naming : public ScreensTest {
     look.view = std::move(view);
     return ui.screen(std::move(look));
   }
+  const std::vector<model::NameCandidate> noneButTheClass{
+      {"Page", Source::viewControllerType, 0.30}};
   ScreenNaming naming{privacy};
   ScreenObserver observer{privacy};
 };
@@ -54,8 +56,6 @@ TEST_F(Naming, ClimbsTheLadder) {
   EXPECT_EQ(nameOf(screen), "First label");
   view->children.clear();
   EXPECT_EQ(nameOf(screen), "CartPage");
-  screen->look.view = nullptr;
-  EXPECT_EQ(nameOf(screen), "CartPage");
   screen->look.title = std::string(300, 'c');
   EXPECT_EQ(nameOf(screen), std::string(100, 'c'));
 }
@@ -63,8 +63,8 @@ TEST_F(Naming, ClimbsTheLadder) {
 TEST_F(Naming, FindsTheTabAround) {
   const ScreenPtr screen = ui.screen({.view = page({})});
   const NodePtr bar = ui.node({.kind = Kind::tabBar, .selectedTabTitle = "Basket"});
-  const ScreenPtr stack =
-      ui.screen({.kind = ScreenKind::navigation, .tabTitle = "Home", .children = {screen}});
+  const ScreenPtr stack = ui.screen(
+      {.kind = ScreenKind::navigation, .view = page({}), .tabTitle = "Home", .children = {screen}});
   EXPECT_EQ(nameOf(screen), "Home");
   stack->look.tabTitle.clear();
   const NodePtr window = ui.window(screen);
@@ -126,8 +126,11 @@ TEST_F(Naming, TellsNothingPrivate) {
   for (const model::NameCandidate& candidate : candidatesOf(screen)) {
     EXPECT_EQ(candidate.source, Source::viewControllerType) << candidate.text;
   }
-  const ScreenPtr tabs = ui.screen(
-      {.kind = ScreenKind::tabs, .children = {screen}, .tabTitles = {"Anna"}, .selectedIndex = 0});
+  const ScreenPtr tabs = ui.screen({.kind = ScreenKind::tabs,
+                                    .view = page({}),
+                                    .children = {screen},
+                                    .tabTitles = {"Anna"},
+                                    .selectedIndex = 0});
   EXPECT_EQ(tabNameOf(tabs, screen), "Anna") << "the tab is no part of the page";
   tabs->look.view = markedPrivate(page({}));
   EXPECT_EQ(tabNameOf(tabs, screen), "Tab 1");
@@ -141,6 +144,39 @@ TEST_F(Naming, TellsNothingPrivate) {
   for (const model::NameCandidate& candidate : candidates) {
     EXPECT_EQ(candidate.text.find(kAddress), std::string::npos);
   }
+}
+
+TEST_F(Naming, TellsNoTitleThatAMaskedViewShows) {
+  const ScreenPtr screen = ui.screen({.view = page({}), .navigationTitle = "Anna's card"});
+  privacy.masks = [](const platform::View& view) { return view.facts().kind == Kind::label; };
+  EXPECT_EQ(nameOf(screen), "Page") << "labels are";
+  privacy.masks = [](const platform::View& view) { return view.facts().isMarkedPrivate; };
+  EXPECT_EQ(nameOf(screen), "Anna's card");
+
+  const NodePtr bar = ui.node({.kind = Kind::tabBar});
+  const NodePtr footer = plain({bar});
+  screen->look.navigationTitle.clear();
+  screen->look.tabTitle = "Anna";
+  screen->look.tab = bar;
+  const ScreenPtr tabs = ui.screen({.kind = ScreenKind::tabs,
+                                    .view = page({}),
+                                    .children = {screen},
+                                    .tabTitles = {"Anna"},
+                                    .tabBar = bar,
+                                    .selectedIndex = 0});
+  EXPECT_EQ(nameOf(screen), "Anna");
+  EXPECT_EQ(tabNameOf(tabs, screen), "Anna");
+  markedPrivate(footer);
+  EXPECT_EQ(nameOf(screen), "Page");
+  EXPECT_EQ(tabNameOf(tabs, screen), "Tab 1");
+  EXPECT_EQ(candidatesOf(screen), noneButTheClass);
+}
+
+TEST_F(Naming, TellsNoTitleOfAScreenThatIsNotLoaded) {
+  const ScreenPtr screen =
+      ui.screen({.title = "Anna", .navigationTitle = "Anna", .tabTitle = "Anna"});
+  EXPECT_EQ(nameOf(screen), "Page");
+  EXPECT_EQ(candidatesOf(screen), noneButTheClass);
 }
 
 TEST_F(Naming, TakesNothingThatWasTyped) {
@@ -157,6 +193,7 @@ TEST_F(Naming, NamesTabs) {
   const ScreenPtr screen = ui.screen({.classText = "CartPage", .view = page({}), .title = "Cart"});
   const ScreenPtr other = ui.screen({.classText = "OrderPage", .view = page({})});
   const ScreenPtr tabs = ui.screen({.kind = ScreenKind::tabs,
+                                    .view = page({}),
                                     .children = {screen, other, other},
                                     .tabTitles = {"Basket", "Orders", ""},
                                     .selectedIndex = 0});

@@ -303,6 +303,12 @@ ScreenPtr FakeToolkit::screen(ScreenLook look) {
   auto made = std::make_shared<FakeScreen>();
   made->look = std::move(look);
   for (const ScreenPtr& child : made->look.children) child->parent = made.get();
+  const auto ensure = [&](NodePtr& shown, platform::ViewKind kind) {
+    if (shown == nullptr) shown = node({.kind = kind});
+  };
+  ensure(made->look.navigationLabel, platform::ViewKind::label);
+  ensure(made->look.tab, platform::ViewKind::button);
+  ensure(made->look.tabBar, platform::ViewKind::tabBar);
   return pages_->own(made);
 }
 

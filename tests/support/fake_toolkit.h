@@ -86,9 +86,12 @@ struct ScreenLook {
   std::string title = {};
   std::string navigationTitle = {};
   std::string tabTitle = {};
+  NodePtr navigationLabel = nullptr;     // shows the navigation title; a label where none is given
+  NodePtr tab = nullptr;                 // shows the tab's title; likewise a button
   std::vector<ScreenPtr> children = {};  // of `tabs` in the order of the tabs; of `navigation` the
                                          // last one is seen
   std::vector<std::string> tabTitles = {};
+  NodePtr tabBar = nullptr;  // shows those; likewise
   std::optional<int> selectedIndex = std::nullopt;
   ScreenPtr presented = nullptr;
 };

@@ -224,10 +224,28 @@ std::string_view FakeScreenToolkit::tabTitle(Node node, base::TextArena& arena) 
   return screen ? arena.copy(screen->look.tabTitle) : std::string_view();
 }
 
+platform::View FakeScreenToolkit::viewOf(const NodePtr& node) {
+  return node == nullptr || node->isDead ? platform::View() : platform::View(views_, node.get());
+}
+
+platform::View FakeScreenToolkit::navigationTitleView(Node node) {
+  const FakeScreen* screen = alive(node);
+  return screen ? viewOf(screen->look.navigationLabel) : platform::View();
+}
+
+platform::View FakeScreenToolkit::tabView(Node node) {
+  const FakeScreen* screen = alive(node);
+  return screen ? viewOf(screen->look.tab) : platform::View();
+}
+
+platform::View FakeScreenToolkit::tabViewAt(Node node, int) {
+  const FakeScreen* screen = alive(node);
+  return screen ? viewOf(screen->look.tabBar) : platform::View();
+}
+
 platform::View FakeScreenToolkit::view(Node node) {
   const FakeScreen* screen = alive(node);
-  if (screen == nullptr || screen->look.view == nullptr || screen->look.view->isDead) return {};
-  return {views_, screen->look.view.get()};
+  return screen ? viewOf(screen->look.view) : platform::View();
 }
 
 FakeScreenToolkit::Node FakeScreenToolkit::parent(Node node) {

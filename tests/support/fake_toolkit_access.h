@@ -65,6 +65,8 @@ class FakeScreenToolkit final : public platform::ScreenToolkit {
   std::string_view title(Node node, base::TextArena& arena) override;
   std::string_view navigationTitle(Node node, base::TextArena& arena) override;
   std::string_view tabTitle(Node node, base::TextArena& arena) override;
+  platform::View navigationTitleView(Node node) override;
+  platform::View tabView(Node node) override;
   platform::View view(Node node) override;
   Node parent(Node node) override;
   void eachChild(Node node, Visit visit) override;
@@ -73,12 +75,15 @@ class FakeScreenToolkit final : public platform::ScreenToolkit {
   std::optional<int> selectedIndex(Node node) override;
   Node selected(Node node) override;
   std::string_view tabTitleAt(Node node, int index, base::TextArena& arena) override;
+  platform::View tabViewAt(Node node, int index) override;
   std::unique_ptr<WeakNode> weak(Node node) override;
 
   ScreenPtr own(ScreenPtr screen);
   FakeScreen* find(std::uint64_t id) { return all_.at(id - 1).get(); }
 
  private:
+  platform::View viewOf(const NodePtr& node);
+
   FakeViewToolkit& views_;
   std::vector<ScreenPtr> all_;
 };
