@@ -5,6 +5,8 @@
 #include "context_figures.h"
 #include "figures.h"
 #include "pii_figures.h"
+#include "qt_figures.h"
+#include "screen_figures.h"
 #include "sync_figures.h"
 #include "track_figures.h"
 
@@ -26,5 +28,7 @@ int main(int argc, char** argv) {
   figures.add("scrub_clean_64_us", scrubClean64Us(), "us");
   figures.add("scrub_hostile_64k_ms", scrubHostile64kMs(), "ms");
   figures.add("sync_idle_over_mutex", syncIdleOverMutex(), "ratio");
+  addScreenFigures(figures);
+  addQtFigures(figures);
   return argc == 3 && !figures.writeJson(argv[2]) ? 1 : 0;
 }
