@@ -2,6 +2,8 @@
 #include <QTest>
 
 #include "qml_app.h"
+#include "qt/quick_views.h"
+#include "qt/screens.h"
 #include "zarn/qt.h"
 
 namespace zarn::testing {
@@ -80,6 +82,29 @@ TEST(QuickScreens, AreNotNamedByWhatIsPrivateAroundThem) {
   qt::setRedacted(*app.object(QStringLiteral("bar")), true);
   ScreenJournal journal;
   journal.expect({"HomePage"});
+}
+
+TEST(QuickScreens, TellWhichViewsShowTheirTitles) {
+  QmlApp app(QmlApp::Documents{
+      {"HomePage", "Page { header: ToolBar { Label { objectName: 'title'; text: 'Order 7' } } }"},
+      {"CartPage", kCart},
+      {"Main", kTabs}});
+  platform::Screen tabs = qt::rootScreen(app.window());
+  while (tabs && tabs.facts().kind != platform::ScreenKind::tabs) {
+    platform::Screen inner;
+    tabs.eachChild([&](const platform::Screen& child) {
+      inner = child;
+      return false;
+    });
+    tabs = inner;
+  }
+  ASSERT_TRUE(tabs);
+  const platform::Screen home = tabs.selected();
+  EXPECT_EQ(home.navigationTitleView(), qt::quickView(app.item("title")));
+  EXPECT_EQ(home.tabView(), qt::quickView(app.item("tab0")));
+  EXPECT_EQ(tabs.tabViewAt(1), qt::quickView(app.item("tab1")));
+  EXPECT_FALSE(tabs.tabViewAt(7));
+  EXPECT_FALSE(tabs.tabView());
 }
 
 TEST(QuickScreens, AreNotNamedByFieldsInTheirHeaders) {

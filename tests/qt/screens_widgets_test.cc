@@ -12,6 +12,8 @@
 #include <QVBoxLayout>
 
 #include "qml_app.h"
+#include "qt/screens.h"
+#include "qt/widget_views.h"
 #include "zarn/qt.h"
 
 namespace zarn::testing {
@@ -83,6 +85,10 @@ TEST(WidgetScreens, OfTabsAreNamedByTheirTab) {
   journal.expect({"All", "tab 0 to 1: Orders", "Done"});
   bar.setCurrentIndex(0);
   journal.expect({"All", "tab 0 to 1: Orders", "Done", "tab 1 to 0: Open"});
+  const platform::Screen root = qt::rootScreen(tabs);
+  EXPECT_EQ(root.tabViewAt(0), qt::widgetView(tabs.tabBar()));
+  EXPECT_EQ(root.selected().tabView(), qt::widgetView(tabs.tabBar()));
+  EXPECT_EQ(root.selected().tabViewAt(0), qt::widgetView(&bar));
 }
 
 TEST(WidgetScreens, AreNotNamedByPrivateTabs) {
