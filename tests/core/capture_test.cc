@@ -118,35 +118,47 @@ TEST_F(ClientCaptureTest, TellsTheWayOfAUserAndHowLongItTook) {
 
   host_.dispatch.advance(5.0);
   goAway();
-  EXPECT_EQ(host_.http.waitingCount("/batch"), 1u) << "at once, since the app may not come back";
   const auto visits = told();
   ASSERT_EQ(TestClient::namesOf(visits), (Names{"Home", "Cart", "app_background"}));
   EXPECT_EQ(*visits[0].find("event_type"), Value("screen_visit"));
   const Properties& stay = *visits[0].find("properties")->asProperties();
   EXPECT_EQ(*stay.find("dwell_ms"), Value(2400));
   EXPECT_EQ(*stay.find("tap_count"), Value(1));
+
+  appear(home);
+  EXPECT_EQ(toldNames(), Names{"Home"});
+  goAway();
+  EXPECT_EQ(host_.http.waitingCount("/batch"), 1u) << "at once, since the app may not come back";
 }
 
 TEST_F(ClientCaptureTest, NothingIsToldAcrossABoundary) {
-  const auto pauseAndResume = [&] {
+  const auto resume = [&] {
+    appear(page("Unseen", 9));
+    host_.dispatch.advance(1800.0);
+    client_.answerConfig();
+  };
+  const auto pauseByBatch = [&] {
     client_->track("answered with a pause", {});
     client_->flush();
     settle();
     host_.http.answer("/batch", 200, R"({"paused":true})");
     settle();
-    appear(page("Unseen", 9));
-    host_.dispatch.advance(1800.0);
-    client_.answerConfig();
+    resume();
   };
-  const auto optOutAndIn = [&] {
+  const auto pauseByPolicy = [&] {
+    host_.dispatch.advance(1800.0);
+    client_.answerConfig("{}", true);
+    resume();
+  };
+  const auto optOut = [&] {
     client_->optOut();
     appear(page("Unseen", 9));
-    this->optOutAndIn();
+    optOutAndIn();
   };
   client_.run();
   for (const std::function<void()>& boundary :
-       {std::function<void()>(optOutAndIn), std::function<void()>(pauseAndResume),
-        std::function<void()>([&] { client_->reset(); })}) {
+       {std::function<void()>(optOut), std::function<void()>(pauseByBatch),
+        std::function<void()>(pauseByPolicy), std::function<void()>([&] { client_->reset(); })}) {
     const Page home = page("Home", 1), cart = page("Cart", 2), payment = page("Payment", 3);
     appear(home);
     appear(cart);
