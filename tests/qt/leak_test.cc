@@ -56,13 +56,13 @@ constexpr auto kApp = R"(ApplicationWindow {
   Component { id: page
     Page { id: shown; property int number
       Column {
-        Label { visible: shown.number & 1; text: 'Blue' } CheckBox { text: 'Large' }
-        Label { visible: shown.number & 2; text: 'Blue' } CheckBox { text: 'Large' }
-        Label { visible: shown.number & 4; text: 'Blue' } CheckBox { text: 'Large' }
-        Label { visible: shown.number & 8; text: 'Blue' } CheckBox { text: 'Large' }
-        Label { visible: shown.number & 16; text: 'Blue' } CheckBox { text: 'Large' }
-        Label { visible: shown.number & 32; text: 'Blue' } CheckBox { text: 'Large' }
-        Label { visible: shown.number & 64; text: 'Blue' } CheckBox { text: 'Large' }
+        Label { visible: shown.number & 1; text: 'Blue' } Button { text: 'Large' }
+        Label { visible: shown.number & 2; text: 'Blue' } Button { text: 'Large' }
+        Label { visible: shown.number & 4; text: 'Blue' } Button { text: 'Large' }
+        Label { visible: shown.number & 8; text: 'Blue' } Button { text: 'Large' }
+        Label { visible: shown.number & 16; text: 'Blue' } Button { text: 'Large' }
+        Label { visible: shown.number & 32; text: 'Blue' } Button { text: 'Large' }
+        Label { visible: shown.number & 64; text: 'Blue' } Button { text: 'Large' }
         Label { visible: shown.number & 128; text: 'Blue' }
         Button { objectName: 'add'; text: 'Add' } } } }
 })";
