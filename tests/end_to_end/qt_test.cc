@@ -45,7 +45,9 @@ TEST_F(QtTest, NothingIsAskedOrToldWhileTheUserForbidsIt) {
 
   host("opt-in");
   host("await-policy");
+  holdBatches();
   host("see", "Archive");
+  noFaults();
   host("deliver");
   host.exit();
   EXPECT_GE(arrived("Archive"), 1);
