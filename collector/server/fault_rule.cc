@@ -29,11 +29,10 @@ constexpr Word<FaultKind> kKinds[] = {{"status", FaultKind::status},
                                       {"mistyped", FaultKind::mistyped},
                                       {"body", FaultKind::body}};
 constexpr Word<Endpoint> kEndpoints[] = {
-    {"batch", Endpoint::batch},          {"init", Endpoint::init},
-    {"recovery", Endpoint::recovery},    {"config", Endpoint::config},
-    {"resolve", Endpoint::resolve},      {"validate", Endpoint::validate},
-    {"register", Endpoint::registration},
-    {"screenshot_check", Endpoint::screenshotCheck},
+    {"batch", Endpoint::batch},           {"init", Endpoint::init},
+    {"recovery", Endpoint::recovery},     {"config", Endpoint::config},
+    {"resolve", Endpoint::resolve},       {"validate", Endpoint::validate},
+    {"register", Endpoint::registration}, {"screenshot_check", Endpoint::screenshotCheck},
     {"screenshot", Endpoint::screenshot}};
 constexpr Word<Verdict> kVerdicts[] = {{"accept", Verdict::accept},
                                        {"permanent", Verdict::permanent},

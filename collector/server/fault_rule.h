@@ -23,9 +23,9 @@ enum class Endpoint {
   init,
   recovery,  // the init request of a client that recovers
   config,
-  resolve,       // of a link
-  validate,      // of an install
-  registration,  // of a push token; "register" for people
+  resolve,          // of a link
+  validate,         // of an install
+  registration,     // of a push token; "register" for people
   screenshotCheck,  // whether a screen's picture is wanted
   screenshot,
 };

@@ -1,7 +1,7 @@
 // What the events of one kind come to: traffic by host and route, links and installs, pushes and
-// what they led to, crashes, screens and the ways between them. Made of the kept events and exchanges when asked; answered as JSON.
-// Values of clients are told as they came: an event with a problem is kept and counted as well.
-// Thread-safe.
+// what they led to, crashes, screens and the ways between them. Made of the kept events and
+// exchanges when asked; answered as JSON. Values of clients are told as they came: an event with a
+// problem is kept and counted as well. Thread-safe.
 #pragma once
 
 #include <cstdint>
