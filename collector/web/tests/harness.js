@@ -1,9 +1,11 @@
 // A collector and a browser for a test.
 
+import assert from 'node:assert/strict';
 import { spawn } from 'node:child_process';
 import { mkdtempSync, rmSync } from 'node:fs';
 import { tmpdir } from 'node:os';
 import { join } from 'node:path';
+import { after, before } from 'node:test';
 import { fileURLToPath } from 'node:url';
 import { chromium } from 'playwright-core';
 
@@ -84,4 +86,23 @@ export async function openPage(browser, address, options = {}) {
   await page.goto(address);
   await page.locator('.is-live').waitFor();
   return page;
+}
+
+/** A collector and a page of its viewer for all tests of a suite; `take` gets them before the first. */
+export function useViewer(take) {
+  const viewer = {};
+  before(async () => {
+    viewer.collector = await startCollector();
+    viewer.browser = await startBrowser();
+    viewer.page = await openPage(viewer.browser, viewer.collector.address);
+    take(viewer);
+  });
+  after(async () => {
+    await viewer.browser?.close();
+    assert.equal(await viewer.collector?.stop(), 0);
+  });
+  return {
+    shows: (text) => viewer.page.getByText(text).first().waitFor({ timeout: 10_000 }),
+    open: (name) => viewer.page.getByRole('link', { name, exact: true }).click(),
+  };
 }

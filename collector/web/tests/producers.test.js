@@ -2,9 +2,9 @@
 
 import assert from 'node:assert/strict';
 import { createHash, randomUUID } from 'node:crypto';
-import { after, before, describe, it } from 'node:test';
+import { describe, it } from 'node:test';
 
-import { openPage, startBrowser, startCollector } from './harness.js';
+import { openPage, useViewer } from './harness.js';
 import { clickId, crashes, links, pushes, register, requests, resolve, validate } from './producers.js';
 
 // The same events once more, as others.
@@ -14,8 +14,7 @@ describe('reports', { timeout: 120_000 }, () => {
   let collector;
   let browser;
   let page;
-  const shows = (text) => page.getByText(text).first().waitFor({ timeout: 10_000 });
-  const open = (name) => page.getByRole('link', { name, exact: true }).click();
+  const { open, shows } = useViewer((viewer) => ({ collector, browser, page } = viewer));
   const card = (name) => page.getByRole('region', { name, exact: true });
   const figure = (label, value) =>
     page
@@ -23,16 +22,6 @@ describe('reports', { timeout: 120_000 }, () => {
       .filter({ has: page.getByText(value, { exact: true }) })
       .waitFor();
   const rowsOf = (name) => card(name).locator('tbody tr');
-
-  before(async () => {
-    collector = await startCollector();
-    browser = await startBrowser();
-    page = await openPage(browser, collector.address);
-  });
-  after(async () => {
-    await browser?.close();
-    assert.equal(await collector?.stop(), 0);
-  });
 
   it('say so while there is nothing to tell', async () => {
     for (const [name, text] of [

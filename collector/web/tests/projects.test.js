@@ -1,34 +1,24 @@
 // Projects and installations in a real browser: what clients are to do, and what they were told.
 
 import assert from 'node:assert/strict';
-import { after, before, describe, it } from 'node:test';
+import { before, describe, it } from 'node:test';
 
-import { openPage, startBrowser, startCollector } from './harness.js';
+import { useViewer } from './harness.js';
 import { context, visit } from './shop.js';
 
 const project = '/api/collector/projects/shop';
 
 describe('projects', { timeout: 120_000 }, () => {
   let collector;
-  let browser;
   let page;
-  const shows = (text) => page.getByText(text).first().waitFor({ timeout: 10_000 });
+  const { shows } = useViewer((viewer) => ({ collector, page } = viewer));
   const state = (name, value) =>
     page.getByRole('radiogroup', { name }).getByRole('radio', { name: value, exact: true });
   const json = () => page.getByRole('textbox', { name: 'Policy as JSON' });
   const apply = () => page.getByRole('button', { name: 'Apply' });
   const reach = () => page.getByRole('status', { name: 'Reach' });
 
-  before(async () => {
-    collector = await startCollector();
-    browser = await startBrowser();
-    page = await openPage(browser, collector.address);
-    await page.getByRole('link', { name: 'Projects' }).click();
-  });
-  after(async () => {
-    await browser?.close();
-    assert.equal(await collector?.stop(), 0);
-  });
+  before(() => page.getByRole('link', { name: 'Projects' }).click());
 
   it('opens the first project that a client names', async () => {
     await shows('No project yet');

@@ -1,18 +1,16 @@
 // Screens, their pictures and the ways between them in a real browser.
 
 import assert from 'node:assert/strict';
-import { after, before, describe, it } from 'node:test';
+import { describe, it } from 'node:test';
 
-import { openPage, startBrowser, startCollector } from './harness.js';
+import { useViewer } from './harness.js';
 import { drawn, screens, screenshot, screenshotCheck, walks } from './screens.js';
 import { uuid } from './shop.js';
 
 describe('screens', { timeout: 120_000 }, () => {
   let collector;
-  let browser;
   let page;
-  const shows = (text) => page.getByText(text).first().waitFor({ timeout: 10_000 });
-  const open = (name) => page.getByRole('link', { name, exact: true }).click();
+  const { open, shows } = useViewer((viewer) => ({ collector, page } = viewer));
   const cardOf = (name) => page.locator(`.screen-card[data-key="${name}"]`);
   const node = (name) => page.locator(`.flow-node[data-screen="${name}"]`);
   const way = (from, to) => page.locator(`.flow-way[data-from="${from}"][data-to="${to}"]`);
@@ -20,16 +18,6 @@ describe('screens', { timeout: 120_000 }, () => {
     collector.post('/api/sdk/screenshot', screenshot(key, await drawn(page, title, 40)));
   const exists = async (key) =>
     (await collector.post('/api/sdk/screenshot/check', screenshotCheck(key))).exists;
-
-  before(async () => {
-    collector = await startCollector();
-    browser = await startBrowser();
-    page = await openPage(browser, collector.address);
-  });
-  after(async () => {
-    await browser?.close();
-    assert.equal(await collector?.stop(), 0);
-  });
 
   it('say so while there is nothing to tell', async () => {
     await open('Screens');

@@ -1,27 +1,17 @@
 // The viewer in a real browser, on a real collector.
 
 import assert from 'node:assert/strict';
-import { after, before, describe, it } from 'node:test';
+import { describe, it } from 'node:test';
 
-import { openPage, startBrowser, startCollector } from './harness.js';
+import { openPage, useViewer } from './harness.js';
 import { batch, visit } from './shop.js';
 
 describe('viewer', { timeout: 120_000 }, () => {
   let collector;
   let browser;
   let page;
+  const { shows } = useViewer((viewer) => ({ collector, browser, page } = viewer));
   const rows = () => page.locator('.row');
-  const shows = (text) => page.getByText(text).first().waitFor({ timeout: 10_000 });
-
-  before(async () => {
-    collector = await startCollector();
-    browser = await startBrowser();
-    page = await openPage(browser, collector.address);
-  });
-  after(async () => {
-    await browser?.close();
-    assert.equal(await collector?.stop(), 0);
-  });
 
   it('says so while nothing has arrived', async () => {
     await shows('Waiting for the first event');
