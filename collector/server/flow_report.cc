@@ -2,6 +2,7 @@
 #include <algorithm>
 
 #include "server/report_rows.h"
+#include "server/screen_json.h"
 #include "server/screen_pictures.h"
 #include "server/screen_ways.h"
 #include "server/time_text.h"
@@ -36,12 +37,6 @@ Nodes nodesOf(const ScreenFacts& facts, const ScreenWays& ways) {
     addTo(nodes[ends.second].arrivals, way.count());
   }
   return nodes;
-}
-
-void writeMedian(JsonOut& out, const char* key, const std::vector<std::int64_t>& values) {
-  const auto median = medianOf(values);
-  out.key(key);
-  median ? out.value(*median) : out.null();
 }
 
 // The picture of a settled screen tells the most.
@@ -119,16 +114,9 @@ void writeSession(JsonOut& out, const Session& session) {
   const ScreenVisit* const shownEnd =
       first + std::min<std::ptrdiff_t>(end - first, std::ptrdiff_t{kMostSteps});
   for (const ScreenVisit* each = first; each != shownEnd; ++each) {
-    out.object()
-        .field("name", each->name)
-        .field("event_id", each->eventId)
-        .field("entry_index", each->index)
-        .field("entered_at", isoText(each->enteredMs))
-        .field("dwell_ms", each->dwellMs)
-        .field("tap_count", each->taps)
-        .field("scroll_count", each->scrolls)
-        .field("exit_reason", each->exitReason)
-        .end();
+    out.object().field("name", each->name);
+    writeVisit(out, *each);
+    out.end();
   }
   out.end().end();
 }

@@ -1,8 +1,8 @@
 // The part of Reports about screens: each by its name, with its pictures.
 #include <algorithm>
-#include <set>
 
 #include "server/report_rows.h"
+#include "server/screen_json.h"
 #include "server/screen_pictures.h"
 #include "server/screen_ways.h"
 #include "server/time_text.h"
@@ -36,7 +36,8 @@ struct Screens {
   ScreenPictures pictures;
 };
 
-std::vector<Row> busiest(const Screens& screens) {
+// The busiest first.
+std::vector<Row> rowsOf(const Screens& screens) {
   std::map<std::string_view, Row> rows;
   for (const auto& [name, views] : screens.facts.views) rows[name].views = &views;
   for (const auto& [name, stay] : screens.stays) rows[name].stay = &stay;
@@ -47,7 +48,6 @@ std::vector<Row> busiest(const Screens& screens) {
   }
   std::stable_sort(sorted.begin(), sorted.end(),
                    [](const Row& a, const Row& b) { return a.busy() > b.busy(); });
-  sorted.resize(std::min<std::size_t>(sorted.size(), kMostListed));
   return sorted;
 }
 
@@ -92,16 +92,9 @@ void writeNeighbours(JsonOut& out, const char* key, const Neighbours& neighbours
 void writeVisits(JsonOut& out, const std::vector<const ScreenVisit*>& visits) {
   out.key("recent_visits").array();
   for (const ScreenVisit* each : visits) {
-    out.object()
-        .field("event_id", each->eventId)
-        .field("session_id", each->session)
-        .field("entered_at", isoText(each->enteredMs))
-        .field("entry_index", each->index)
-        .field("dwell_ms", each->dwellMs)
-        .field("tap_count", each->taps)
-        .field("scroll_count", each->scrolls)
-        .field("exit_reason", each->exitReason)
-        .end();
+    out.object().field("session_id", each->session);
+    writeVisit(out, *each);
+    out.end();
   }
   out.end();
 }
@@ -137,13 +130,8 @@ void writeScreen(JsonOut& out, Screens& screens, const Row& row) {
   const ScreenViews& views = row.views != nullptr ? *row.views : unseen;
   std::int64_t dwell = 0;
   for (const std::int64_t each : stay.dwells) addTo(dwell, each);
-  const auto median = medianOf(stay.dwells);
-  out.object()
-      .field("name", row.name)
-      .field("views", views.count)
-      .field("visits", stay.visits)
-      .key("dwell_median_ms");
-  median ? out.value(*median) : out.null();
+  out.object().field("name", row.name).field("views", views.count).field("visits", stay.visits);
+  writeMedian(out, "dwell_median_ms", stay.dwells);
   out.field("dwell_total_ms", dwell).field("taps", stay.taps).field("scrolls", stay.scrolls);
   writeCounts(out, "states", views.states);
   writeCounts(out, "triggers", views.triggers);
@@ -184,12 +172,11 @@ Reports::Result Reports::screens(const ReportScope& scope, std::string& error) {
     screens.from[ends.second][ends.first] = way.count();
   }
   noteNewest(screens);
-  std::set<std::string_view> names;
-  for (const auto& [name, views] : screens.facts.views) names.insert(name);
-  for (const auto& [name, stay] : screens.stays) names.insert(name);
+  std::vector<Row> rows = rowsOf(screens);
   JsonOut out;
-  out.object().field("screen_count", names.size()).key("screens").array();
-  for (const Row& row : busiest(screens)) writeScreen(out, screens, row);
+  out.object().field("screen_count", rows.size()).key("screens").array();
+  rows.resize(std::min<std::size_t>(rows.size(), kMostListed));
+  for (const Row& row : rows) writeScreen(out, screens, row);
   out.end();
   writePictures(out, "other_screenshots", screens.pictures.others());
   return out.end().take();

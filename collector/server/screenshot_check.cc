@@ -41,8 +41,9 @@ std::string readScreenshot(ObjectCheck& check, bool withPicture, Screenshot& scr
   const std::string text = check.text(kPictureKey);
   auto jpeg = decodedBase64(text);
   const auto size = jpeg ? jpegSize(*jpeg) : std::nullopt;
-  if (!text.empty() && !size)
+  if (!text.empty() && !size) {
     check.problem(kPictureKey, jpeg ? "is no whole JPEG" : "is no base64");
+  }
   if (!size) return "the picture cannot be read";
   checkSize(check, *size);
   screenshot.size = *size;

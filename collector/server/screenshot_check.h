@@ -9,7 +9,7 @@
 
 namespace zarn::collector {
 
-constexpr std::string_view kPictureKey = "image_b64";
+inline constexpr std::string_view kPictureKey = "image_b64";
 
 inline constexpr KeyRule kScreenshotCheckKeys[] = {
     {"project_id", Kind::filledText},  {"app_id", Kind::filledText},

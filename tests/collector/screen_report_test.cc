@@ -84,10 +84,10 @@ TEST(ScreensReport, TellsOfEachScreenByItsName) {
                        R"("navTitle","confidence":0.95,"count":1},{"text":"HomePage",)"))
       << all;
   EXPECT_TRUE(has(all, R"("screenshots":[],"came_from":[{"name":"Cart","count":1}],)"
-                       R"("went_to":[{"name":"Cart","count":2}],"recent_visits":[{"event_id":")" +
+                       R"("went_to":[{"name":"Cart","count":2}],"recent_visits":[{"session_id":)"
+                       R"("S","event_id":")" +
                            idOf(7) +
-                           R"(","session_id":"S","entered_at":)"
-                           R"("2026-01-31T09:30:30.000Z","entry_index":3,)"));
+                           R"(","entered_at":"2026-01-31T09:30:30.000Z","entry_index":3,)"));
   EXPECT_TRUE(has(all, R"({"name":"Cart","views":2,"visits":1,"dwell_median_ms":1000,)"));
   EXPECT_TRUE(has(all, R"("states":{"empty":1,"loading":1},"triggers":{"state_change":1})"));
   EXPECT_TRUE(has(collector.getJson("/api/collector/reports/screens?project=cafe"),
