@@ -4,6 +4,7 @@
 #include <atomic>
 #include <cstdint>
 #include <string>
+#include <string_view>
 
 #include "support/loopback_server.h"
 
@@ -11,16 +12,17 @@ namespace zarn::bench {
 
 class NullSink {
  public:
-  NullSink();
+  /// `counted` is the type of the events that acceptedCount() tells of: the library's own come
+  /// besides.
+  explicit NullSink(std::string_view counted = "custom");
 
   std::string address() const;
   std::uint64_t acceptedCount() const { return accepted_; }
-  /// Until so many have been accepted; false after a minute.
-  bool waitForAccepted(std::uint64_t count) const;
 
  private:
   testing::LoopbackAnswer answer(const testing::LoopbackRequest& request);
 
+  const std::string counted_;
   std::atomic<std::uint64_t> accepted_ = 0;
   testing::LoopbackServer server_;
 };
