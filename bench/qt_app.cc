@@ -103,15 +103,6 @@ void tell(const char* name, double value) {
   std::exit(1);
 }
 
-QQuickItem* find(QQuickItem* from, const QString& name) {
-  if (from->objectName() == name) return from;
-  const auto children = from->childItems();
-  for (QQuickItem* const child : children) {
-    if (QQuickItem* const found = find(child, name)) return found;
-  }
-  return nullptr;
-}
-
 void runFor(std::chrono::milliseconds time) {
   const auto end = std::chrono::steady_clock::now() + time;
   while (std::chrono::steady_clock::now() < end) QCoreApplication::processEvents();
@@ -135,7 +126,7 @@ class Page {
   QQuickWindow& window() { return *window_; }
   int clicks() const { return window_->property("clicks").toInt(); }
   QPointF middleOf(const char* name) {
-    const QQuickItem* const item = find(window_->contentItem(), name);
+    const auto* const item = window_->findChild<QQuickItem*>(name);
     if (item == nullptr) fail(name);
     return item->mapToScene({item->width() / 2, item->height() / 2});
   }
