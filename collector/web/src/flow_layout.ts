@@ -222,7 +222,7 @@ function curveOf(from: End, to: End, boxes: Box[]): Curve {
   return [from.at, control(from), control(to), to.at];
 }
 
-export function pointOn([a, b, c, d]: Curve, t: number): Point {
+function pointOn([a, b, c, d]: Curve, t: number): Point {
   const s = 1 - t;
   const at = (key: 'x' | 'y') =>
     s * s * s * a[key] + 3 * s * s * t * b[key] + 3 * s * t * t * c[key] + t * t * t * d[key];

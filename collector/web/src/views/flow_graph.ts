@@ -10,7 +10,7 @@ import type { FlowReport, FlowScreen, Session, Way } from '../screen_types';
 const wayText = (way: Way): string =>
   way.median_ms === null ? number(way.count) : `${number(way.count)} · ${lasting(way.median_ms)}`;
 
-export const wayWords = (way: Way): string =>
+const wayWords = (way: Way): string =>
   `${way.from} to ${way.to}: ${count(way.count, 'time')}` +
   (way.median_ms === null ? '' : `, ${lasting(way.median_ms)} from tap to arrival`);
 
