@@ -1,6 +1,7 @@
 # Holds the visitor's journal against the collector's records. Gives the calls, by what held when they
 # were made, the requests by route, and facts; `holds` says whether each is as it must be.
 
+# Of the collector's times, which always have them; those within events are whole seconds.
 def milliseconds: (.[0:19] + "Z" | fromdateiso8601) * 1000 + (.[20:23] | tonumber);
 # Lines are compared by their number where calls follow each other in less than a millisecond.
 ($journal | to_entries | map(.value + {line: .key})) as $lines
