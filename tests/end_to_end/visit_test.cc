@@ -23,8 +23,8 @@ using testing::PocketShop;
 using testing::text;
 using Objects = std::vector<Properties>;
 
-constexpr std::int64_t kTolerance =
-    1000;  // milliseconds between a page's coming and its being seen
+// Milliseconds between a page's coming and its being seen.
+constexpr std::int64_t kTolerance = 1000;
 
 /// As a visitor would tell what they pressed.
 const std::vector<std::string> kTaps = {
