@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "base/text.h"
+#include "model/redaction_marks.h"
 #include "platform/name_tagger.h"
 #include "redaction/luhn.h"
 #include "redaction/pattern_prefilter.h"
@@ -14,8 +15,6 @@
 namespace zarn::redaction {
 namespace {
 
-constexpr std::string_view kRedacted = "[redacted]";
-constexpr std::string_view kName = "[name]";
 constexpr std::size_t kLeastCharactersOfName = 2;
 
 using PatternTable = std::array<std::unique_ptr<const PiiPattern>, kPatternCount>;
@@ -56,7 +55,7 @@ bool redactMatches(const PiiPattern& pattern, std::string& text) {
   std::size_t copied = 0;
   std::size_t from = 0;
   const auto replace = [&](std::size_t begin, std::size_t end) {
-    redacted.append(text, copied, begin - copied).append(kRedacted);
+    redacted.append(text, copied, begin - copied).append(model::kRedactedMark);
     copied = end;
   };
   PiiPattern::Match match;
@@ -93,7 +92,7 @@ void PiiFilter::redactNames(Scrubbed& scrubbed) const {
   std::size_t copied = 0;
   for (const platform::TextRange& name : names) {
     if (!isUsable(name, text, copied)) continue;
-    redacted.append(text, copied, name.begin - copied).append(kName);
+    redacted.append(text, copied, name.begin - copied).append(model::kNameMark);
     copied = name.end;
   }
   if (redacted.empty()) return;

@@ -159,7 +159,7 @@ bool isSystemScreen(const platform::Screen& screen, std::string_view className) 
 
 bool isPlaceholderName(std::string_view name) {
   constexpr std::size_t kShapeNameCharacters = 15;
-  if (name.find(' ') != std::string_view::npos && !isLikelyTitle(name)) return true;
+  if (name.find(' ') != std::string_view::npos && !isLikelyTitle(withoutMarks(name))) return true;
   if (name.starts_with(model::kShapeNamePrefix) &&
       base::countCharacters(name, kShapeNameCharacters + 1) == kShapeNameCharacters) {
     return true;

@@ -61,7 +61,7 @@ class ScreenNaming {
 
 /// Whether the toolkit's or system's own screens are meant: they are never told of.
 bool isSystemScreen(const platform::Screen& screen, std::string_view className);
-/// Whether a name says nothing.
+/// Whether a name says nothing. What was taken out of it counts neither for it nor against it.
 bool isPlaceholderName(std::string_view name);
 
 }  // namespace zarn::screens

@@ -16,7 +16,7 @@ namespace zarn::screens {
 struct ViewPrivacy {
   /// Whether the view, and so all below it, must not be read. Its ancestors are not looked at.
   std::function<bool(const platform::View&)> masks;
-  /// Takes personal data out of a text.
+  /// Takes personal data out of a text, and leaves the model's marks in its place.
   std::function<std::string(std::string_view)> filter;
 };
 
@@ -24,7 +24,11 @@ struct ViewPrivacy {
 bool isReadable(const ViewPrivacy& privacy, const platform::View& view);
 
 /// The form in which a text of the app may be shown: without spaces around it, filtered, and then
-/// cut (a cut before the filter could hide from it what it looks for).
+/// cut (a cut before the filter could hide from it what it looks for). Empty when nothing but marks
+/// is left.
 std::string readable(const ViewPrivacy& privacy, std::string_view text, std::size_t mostCharacters);
+
+/// A filtered text without the marks in it.
+std::string withoutMarks(std::string_view filtered);
 
 }  // namespace zarn::screens

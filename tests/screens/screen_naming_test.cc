@@ -144,6 +144,8 @@ TEST_F(Naming, TellsNothingPrivate) {
   for (const model::NameCandidate& candidate : candidates) {
     EXPECT_EQ(candidate.text.find(kAddress), std::string::npos);
   }
+  open->look.title = std::string(kAddress) + "!";
+  EXPECT_EQ(nameOf(open), "Messages [redacted]") << "the label says more";
 }
 
 TEST_F(Naming, TellsNoTitleThatAMaskedViewShows) {

@@ -74,11 +74,13 @@ TEST(Titles, SurviveBytesThatAreNoText) {
 TEST(PlaceholderNames, SayNothing) {
   for (const char* name :
        {"Screen_0a1b2c3d", "CustomHostingView", "ImageLoadingView", "BackGesture", "SheetHelper",
-        "NotificationView", "PrewarmingViewController", "Tab 3", "Please wait"}) {
+        "NotificationView", "PrewarmingViewController", "Tab 3", "Please wait", "[name] [redacted]",
+        "Hi [name]", "The kettle of [name]"}) {
     EXPECT_TRUE(isPlaceholderName(name)) << name;
   }
-  for (const char* name : {"Cart", "xkcdqq", "Screen_0a1b2c3d4", "Screen_", "CartPage",
-                           "NotificationViewController", "Order details"}) {
+  for (const char* name :
+       {"Cart", "xkcdqq", "Screen_0a1b2c3d4", "Screen_", "CartPage", "NotificationViewController",
+        "Order details", "Order of [redacted]", "Chat with [name] [name]", "[name] Kettle"}) {
     EXPECT_FALSE(isPlaceholderName(name)) << name;
   }
 }
