@@ -38,7 +38,7 @@ class CataloguePage {
   platform::Screen screen() { return ui.screenOf(page_); }
 
   testing::ManualClock clock;
-  testing::FakeToolkit ui{clock};
+  testing::FakeToolkit ui;
   testing::NodePtr window;
 
  private:

@@ -163,7 +163,7 @@ class CaptureWorld {
   testing::FakeRandom random;
   testing::FakeDefaults defaults;
   testing::FakeDevice device;
-  testing::FakeToolkit ui{clock};
+  testing::FakeToolkit ui;
 
   bool mayCollect = true;
   base::Generation<events::EventQueue> discards;

@@ -9,6 +9,7 @@
 #include "redaction/redaction_engine.h"
 #include "runtime/privacy_state.h"
 #include "support/fake_services.h"
+#include "support/manual_dispatch.h"
 #include "support/scripted_http.h"
 #include "support/secret_scene.h"
 
@@ -88,7 +89,7 @@ class ScreenshotTest : public ::testing::Test {
   testing::FakeDefaults defaults_;
   testing::FakeLog log_;
   testing::ScriptedHttp http_;
-  testing::FakeToolkit ui_{clock_};
+  testing::FakeToolkit ui_;
   testing::SecretScene scene_{ui_};
   ScreenPtr screen_ = ui_.screen({.classText = "CartPage", .view = scene_.page});
   NodePtr window_ = ui_.window(screen_);

@@ -28,8 +28,7 @@ class TabBarObserverTest : public ::testing::Test {
     return screen ? std::string(screen.classText(arena)) : "none";
   }
 
-  testing::ManualClock clock_;
-  testing::FakeToolkit ui_{clock_};
+  testing::FakeToolkit ui_;
   std::vector<std::string> leaves_;
   TabBarObserver observer_{
       ui_.windows, ui_.screens,

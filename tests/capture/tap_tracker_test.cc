@@ -26,8 +26,7 @@ class TapTrackerTest : public ::testing::Test {
     return outer;
   }
 
-  testing::ManualClock clock_;
-  testing::FakeToolkit ui_{clock_};
+  testing::FakeToolkit ui_;
   const screens::ViewPrivacy privacy_ = testPrivacy();
   std::vector<Tap> taps_;
   TapTracker tracker_{privacy_, [this](const Tap& tap) { taps_.push_back(tap); }};

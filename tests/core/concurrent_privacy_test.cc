@@ -251,8 +251,7 @@ class ConcurrentPrivacyTest : public ::testing::Test {
   testing::FakeLifeEvents life_;
   testing::FakeNameTagger names_;
   testing::FakeProducerServices sources_;
-  testing::ManualClock uiClock_;
-  testing::FakeToolkit ui_{uiClock_};
+  testing::FakeToolkit ui_;
   Transitions optOuts_, resets_;
   BusyServer server_{dispatch_, optOuts_, resets_};
   platform::Host services_{dispatch_,

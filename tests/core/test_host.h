@@ -43,7 +43,7 @@ struct TestHost {
   ScriptedHttp http;
   FakeNameTagger names;
   FakeProducerServices sources;
-  FakeToolkit ui{clock};
+  FakeToolkit ui;
   platform::Host services{dispatch,
                           clock,
                           random,

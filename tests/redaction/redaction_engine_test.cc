@@ -32,8 +32,7 @@ class RedactionEngineTest : public ::testing::Test {
   }
   NodePtr secret(Rect frame) { return ui_.node({.frame = frame, .isMarkedPrivate = true}); }
 
-  testing::ManualClock clock_;
-  testing::FakeToolkit ui_{clock_};
+  testing::FakeToolkit ui_;
   RedactionEngine engine_;
 };
 
@@ -162,7 +161,7 @@ TEST_F(RedactionEngineTest, SurvivesTheDeathOfAnyViewAtAnyQuestion) {
   bool isOver = false;
   for (int question = 1; !isOver; ++question) {
     for (const int victim : {0, 1, 2}) {
-      testing::FakeToolkit ui(clock_);
+      testing::FakeToolkit ui;
       testing::SecretScene scene(ui);
       const NodePtr window = ui.window(ui.screen({.view = scene.page}));
       const auto before = ui.questions();

@@ -50,8 +50,7 @@ class FakePage {
     return node;
   }
 
-  ManualClock clock_;
-  FakeToolkit ui_{clock_};
+  FakeToolkit ui_;
   std::map<std::string, NodePtr, std::less<>> nodes_;
   NodePtr window_;
 };

@@ -9,6 +9,7 @@
 
 #include "screens/view_privacy.h"
 #include "support/fake_toolkit.h"
+#include "support/manual_dispatch.h"
 
 namespace zarn::screens {
 
@@ -40,7 +41,7 @@ class ScreensTest : public ::testing::Test {
   }
 
   zarn::testing::ManualClock clock;
-  zarn::testing::FakeToolkit ui{clock};
+  zarn::testing::FakeToolkit ui;
   ViewPrivacy privacy{
       .masks =
           [](const platform::View& view) {

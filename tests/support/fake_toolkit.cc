@@ -229,8 +229,8 @@ platform::Bitmap FakeImageCodec::decode(const std::string& bytes) {
   return bitmap;
 }
 
-FakeToolkit::FakeToolkit(ManualClock& clock)
-    : views_(std::make_unique<FakeViewToolkit>(clock)),
+FakeToolkit::FakeToolkit()
+    : views_(std::make_unique<FakeViewToolkit>()),
       pages_(std::make_unique<FakeScreenToolkit>(*views_)),
       screens(*pages_),
       windows(*views_, *pages_),
@@ -339,10 +339,6 @@ void FakeToolkit::kill(const ScreenPtr& screen) {
 void FakeToolkit::killAfter(int questions, const NodePtr& node) {
   views_->killAt = views_->questions + questions;
   views_->victim = node.get();
-}
-
-void FakeToolkit::charge(base::Duration perQuestion) {
-  views_->charge = perQuestion;
 }
 
 int FakeToolkit::questions() const {

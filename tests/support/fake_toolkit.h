@@ -1,15 +1,14 @@
 // FakeToolkit: a user interface for tests, built in a few lines.
 //
-//   FakeToolkit ui(clock);
-//   auto page = ui.node({.classText = "CartPage", .size = {390, 844}},
+//   FakeToolkit ui;
+//   auto page = ui.node({.classText = "CartPage", .frame = {0, 0, 390, 844}},
 //                       {ui.label("Your cart", {16, 20, 200, 30}, 24), ui.button("Pay", ...)});
 //   auto screen = ui.screen({.classText = "CartPage", .view = page, .title = "Cart"});
 //   ui.window(screen);
 //   ui.screens.appear(screen);
 //
-// It counts what it is asked, charges virtual time for it, kills nodes in the middle of a walk, and
-// refuses other threads than the one that made it. In a picture of a window each node has its own
-// colour.
+// It counts what it is asked, kills nodes in the middle of a walk, and refuses other threads than
+// the one that made it. In a picture of a window each node has its own colour.
 #pragma once
 
 #include <cstdint>
@@ -24,7 +23,6 @@
 #include "platform/input_events.h"
 #include "platform/screen_events.h"
 #include "platform/windows.h"
-#include "support/manual_dispatch.h"
 
 namespace zarn::testing {
 
@@ -186,7 +184,7 @@ class FakeImageCodec final : public platform::ImageCodec {
 
 class FakeToolkit {
  public:
-  explicit FakeToolkit(ManualClock& clock);
+  FakeToolkit();
   ~FakeToolkit();
 
   NodePtr node(NodeLook look, std::vector<NodePtr> children = {});
@@ -207,8 +205,6 @@ class FakeToolkit {
   void kill(const ScreenPtr& screen);
   /// Kills the node once so many further questions have been asked.
   void killAfter(int questions, const NodePtr& node);
-  /// Every question costs so much virtual time.
-  void charge(base::Duration perQuestion);
   int questions() const;  // asked of views so far
 
  private:

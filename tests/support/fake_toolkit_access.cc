@@ -33,7 +33,6 @@ FakeNode* FakeViewToolkit::ask(Node node) {
     std::abort();
   }
   ++questions;
-  clock_.advance(charge);
   if (killAt >= 0 && questions >= killAt) {
     killAt = -1;
     kill(*victim);
@@ -42,9 +41,20 @@ FakeNode* FakeViewToolkit::ask(Node node) {
   return asked->isDead ? nullptr : asked;
 }
 
-std::string_view FakeViewToolkit::classText(Node node, base::TextArena& arena) {
+template <typename Part>
+Part FakeViewToolkit::ask(Node node, Part NodeLook::*part) {
   const FakeNode* asked = ask(node);
-  return asked ? arena.copy(asked->look.classText) : std::string_view();
+  return asked ? asked->look.*part : Part();
+}
+
+std::string_view FakeViewToolkit::ask(Node node, std::string NodeLook::*text,
+                                      base::TextArena& arena) {
+  const FakeNode* asked = ask(node);
+  return asked ? arena.copy(asked->look.*text) : std::string_view();
+}
+
+std::string_view FakeViewToolkit::classText(Node node, base::TextArena& arena) {
+  return ask(node, &NodeLook::classText, arena);
 }
 
 bool FakeViewToolkit::isKindOf(Node node, std::string_view className) {
@@ -74,13 +84,11 @@ platform::ViewFacts FakeViewToolkit::facts(Node node) {
 }
 
 platform::TextContentType FakeViewToolkit::contentType(Node node) {
-  const FakeNode* asked = ask(node);
-  return asked ? asked->look.contentType : platform::TextContentType::none;
+  return ask(node, &NodeLook::contentType);
 }
 
 platform::LayerFacts FakeViewToolkit::layer(Node node) {
-  const FakeNode* asked = ask(node);
-  return asked ? asked->look.layer : platform::LayerFacts();
+  return ask(node, &NodeLook::layer);
 }
 
 std::string_view FakeViewToolkit::text(Node node, base::TextArena& arena) {
@@ -90,13 +98,11 @@ std::string_view FakeViewToolkit::text(Node node, base::TextArena& arena) {
 }
 
 platform::Font FakeViewToolkit::font(Node node) {
-  const FakeNode* asked = ask(node);
-  return asked ? asked->look.font : platform::Font();
+  return ask(node, &NodeLook::font);
 }
 
 platform::ViewColors FakeViewToolkit::colors(Node node) {
-  const FakeNode* asked = ask(node);
-  return asked ? asked->look.colors : platform::ViewColors();
+  return ask(node, &NodeLook::colors);
 }
 
 std::string_view FakeViewToolkit::accessibilityLabel(Node node, base::TextArena& arena) {
@@ -106,18 +112,15 @@ std::string_view FakeViewToolkit::accessibilityLabel(Node node, base::TextArena&
 }
 
 std::string_view FakeViewToolkit::accessibilityIdentifier(Node node, base::TextArena& arena) {
-  const FakeNode* asked = ask(node);
-  return asked ? arena.copy(asked->look.accessibilityIdentifier) : std::string_view();
+  return ask(node, &NodeLook::accessibilityIdentifier, arena);
 }
 
 std::string_view FakeViewToolkit::reuseIdentifier(Node node, base::TextArena& arena) {
-  const FakeNode* asked = ask(node);
-  return asked ? arena.copy(asked->look.reuseIdentifier) : std::string_view();
+  return ask(node, &NodeLook::reuseIdentifier, arena);
 }
 
 std::string_view FakeViewToolkit::selectedTabTitle(Node node, base::TextArena& arena) {
-  const FakeNode* asked = ask(node);
-  return asked ? arena.copy(asked->look.selectedTabTitle) : std::string_view();
+  return ask(node, &NodeLook::selectedTabTitle, arena);
 }
 
 void FakeViewToolkit::eachChild(Node node, Visit visit) {
@@ -189,6 +192,18 @@ FakeScreen* alive(void* node) {
 
 }  // namespace
 
+std::string_view FakeScreenToolkit::textOf(Node node, std::string ScreenLook::*text,
+                                           base::TextArena& arena) {
+  const FakeScreen* screen = alive(node);
+  return screen ? arena.copy(screen->look.*text) : std::string_view();
+}
+
+platform::View FakeScreenToolkit::viewOf(Node node, NodePtr ScreenLook::*view) {
+  const FakeScreen* screen = alive(node);
+  FakeNode* const shown = screen ? (screen->look.*view).get() : nullptr;
+  return shown == nullptr || shown->isDead ? platform::View() : platform::View(views_, shown);
+}
+
 std::uint64_t FakeScreenToolkit::id(Node node) {
   return static_cast<FakeScreen*>(node)->id;
 }
@@ -200,52 +215,39 @@ platform::ScreenFacts FakeScreenToolkit::facts(Node node) {
 }
 
 std::string_view FakeScreenToolkit::classText(Node node, base::TextArena& arena) {
-  const FakeScreen* screen = alive(node);
-  return screen ? arena.copy(screen->look.classText) : std::string_view();
+  return textOf(node, &ScreenLook::classText, arena);
 }
 
 std::string_view FakeScreenToolkit::rootTypeText(Node node, base::TextArena& arena) {
-  const FakeScreen* screen = alive(node);
-  return screen ? arena.copy(screen->look.rootTypeText) : std::string_view();
+  return textOf(node, &ScreenLook::rootTypeText, arena);
 }
 
 std::string_view FakeScreenToolkit::title(Node node, base::TextArena& arena) {
-  const FakeScreen* screen = alive(node);
-  return screen ? arena.copy(screen->look.title) : std::string_view();
+  return textOf(node, &ScreenLook::title, arena);
 }
 
 std::string_view FakeScreenToolkit::navigationTitle(Node node, base::TextArena& arena) {
-  const FakeScreen* screen = alive(node);
-  return screen ? arena.copy(screen->look.navigationTitle) : std::string_view();
+  return textOf(node, &ScreenLook::navigationTitle, arena);
 }
 
 std::string_view FakeScreenToolkit::tabTitle(Node node, base::TextArena& arena) {
-  const FakeScreen* screen = alive(node);
-  return screen ? arena.copy(screen->look.tabTitle) : std::string_view();
-}
-
-platform::View FakeScreenToolkit::viewOf(const NodePtr& node) {
-  return node == nullptr || node->isDead ? platform::View() : platform::View(views_, node.get());
+  return textOf(node, &ScreenLook::tabTitle, arena);
 }
 
 platform::View FakeScreenToolkit::navigationTitleView(Node node) {
-  const FakeScreen* screen = alive(node);
-  return screen ? viewOf(screen->look.navigationLabel) : platform::View();
+  return viewOf(node, &ScreenLook::navigationLabel);
 }
 
 platform::View FakeScreenToolkit::tabView(Node node) {
-  const FakeScreen* screen = alive(node);
-  return screen ? viewOf(screen->look.tab) : platform::View();
+  return viewOf(node, &ScreenLook::tab);
 }
 
 platform::View FakeScreenToolkit::tabViewAt(Node node, int) {
-  const FakeScreen* screen = alive(node);
-  return screen ? viewOf(screen->look.tabBar) : platform::View();
+  return viewOf(node, &ScreenLook::tabBar);
 }
 
 platform::View FakeScreenToolkit::view(Node node) {
-  const FakeScreen* screen = alive(node);
-  return screen ? viewOf(screen->look.view) : platform::View();
+  return viewOf(node, &ScreenLook::view);
 }
 
 FakeScreenToolkit::Node FakeScreenToolkit::parent(Node node) {

@@ -12,8 +12,6 @@ namespace zarn::testing {
 
 class FakeViewToolkit final : public platform::ViewToolkit {
  public:
-  explicit FakeViewToolkit(ManualClock& clock) : clock_(clock) {}
-
   std::string_view classText(Node node, base::TextArena& arena) override;
   bool isKindOf(Node node, std::string_view className) override;
   platform::ViewFacts facts(Node node) override;
@@ -38,7 +36,6 @@ class FakeViewToolkit final : public platform::ViewToolkit {
   void kill(FakeNode& node);
   std::uint32_t count() const { return static_cast<std::uint32_t>(all_.size()); }
 
-  base::Duration charge{};
   int questions = 0;
   int killAt = -1;
   FakeNode* victim = nullptr;
@@ -46,10 +43,13 @@ class FakeViewToolkit final : public platform::ViewToolkit {
  private:
   /// Remembers it.
   static bool isSecure(FakeNode& node);
-  /// Counts, charges, kills; null when the node is dead.
+  /// Counts and kills; null when the node is dead.
   FakeNode* ask(Node node);
+  /// A part of its look; a neutral one when it is dead.
+  template <typename Part>
+  Part ask(Node node, Part NodeLook::*part);
+  std::string_view ask(Node node, std::string NodeLook::*text, base::TextArena& arena);
 
-  ManualClock& clock_;
   const std::thread::id thread_ = std::this_thread::get_id();
   std::vector<NodePtr> all_;  // dead ones too: whoever still asks for one gets an answer
 };
@@ -82,7 +82,9 @@ class FakeScreenToolkit final : public platform::ScreenToolkit {
   FakeScreen* find(std::uint64_t id) { return all_.at(id - 1).get(); }
 
  private:
-  platform::View viewOf(const NodePtr& node);
+  /// Of its look; nothing when it is dead.
+  static std::string_view textOf(Node node, std::string ScreenLook::*text, base::TextArena& arena);
+  platform::View viewOf(Node node, NodePtr ScreenLook::*view);
 
   FakeViewToolkit& views_;
   std::vector<ScreenPtr> all_;
