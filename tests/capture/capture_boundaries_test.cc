@@ -41,32 +41,6 @@ class CaptureBoundariesTest : public ::testing::Test, protected CaptureWorld {
   }
 };
 
-TEST_F(CaptureBoundariesTest, EndsVisitsAndTransitionsThatBeganBefore) {
-  const Page home = page("Home", 1);
-  const Page cart = page("Cart", 2);
-  const Page pay = page("Payment", 3);
-  for (const Boundary& boundary : all()) {
-    SCOPED_TRACE(boundary.name);
-    begin();
-    ui.screens.appear(home.screen);
-    clock.advance(base::seconds(5));
-    ui.screens.appear(cart.screen);
-    ui.input.tap(cart.button);
-    boundary.pass();
-    ui.input.tap(cart.button);
-    clock.advance(base::seconds(5));
-    ui.screens.appear(pay.screen);
-    EXPECT_TRUE(events(EventType::screenTransition).empty());
-    ui.input.tap(pay.button);
-    clock.advance(base::seconds(1));
-    ui.screens.appear(home.screen);
-    EXPECT_EQ(events(EventType::screenTransition).size(), 1u);
-    background();
-    EXPECT_EQ(visits(), (Names{"Payment", "Home"}));
-    EXPECT_EQ(flushes, 1);
-  }
-}
-
 TEST_F(CaptureBoundariesTest, ABoundaryInTheMiddleOfAnArrivalVoidsTheVisit) {
   const Page home = page("Home", 1);
   for (const Boundary& boundary : all()) {

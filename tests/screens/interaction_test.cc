@@ -110,10 +110,5 @@ TEST_F(Tapping, OutlivesWhatWasHitAndWhoListens) {
   EXPECT_EQ(told, 2);
 }
 
-TEST(Interactions, HaveWords) {
-  EXPECT_EQ(name(InteractionKind::longPress), "long_press");
-  EXPECT_EQ(name(InteractionKind::scrollEnd), "scroll_end");
-}
-
 }  // namespace
 }  // namespace zarn::screens
