@@ -52,7 +52,7 @@ def changes: reduce .[] as $each ([]; if .[-1] == $each then . else . + [$each] 
         ($transitions | length) == ($timed | length)
           and [range(1; $visits | length) as $i | [$visits[$i - 1].name, $visits[$i].name]]
             == [$ways[] | [.from, .to]]),
-      fact("Taps on controls, of all taps"; of_type("tap") | length;
+      fact("Taps on controls, of all taps"; "\(of_type("tap") | length) of \([$seen[].taps] | add)";
         [of_type("tap")[].event_name] | index("Checkout") and index("Sign in")),
       fact("Screens with a reference picture";
         $pictured | length; $pictured == ([$seen[].name] | unique)),
