@@ -35,7 +35,6 @@ ScreenHooks::ScreenHooks(QObject& application) : QObject(&application) {
 
 void ScreenHooks::add(platform::ScreenListener listener) {
   listeners_.push_back(std::move(listener));
-  ++newcomers_;
   onChange();
 }
 
@@ -136,26 +135,22 @@ void ScreenHooks::scan() {
   }
   if (!sight.isSettled || !sight.leaf) return;  // a frame or a notifier tells of the end of it
   const std::uint64_t layout = sight.leaf.tree->layoutFingerprint(sight.leaf.node);
-  const std::size_t told = newcomers_;
-  const bool isLaidOut = layout != layout_;
-  layout_ = layout;
-  if (path_.leafId() != sight.path.leafId()) {
-    arrive(sight);
-  } else {
-    path_ = sight.path;
-    if (newcomers_ > 0) tellAppeared(sight.leaf, Told::newcomers);
-    if (isLaidOut || newcomers_ > 0) tellLaidOut(sight.leaf, Told::everybody);
-  }
-  newcomers_ -= told;
+  const bool isLaidOut = std::exchange(layout_, layout) != layout;
+  tellSight(sight, isLaidOut);
 }
 
-void ScreenHooks::arrive(const ScreenSight& sight) {
-  const ScreenPath before = std::exchange(path_, sight.path);
+// What is told may bring more listeners, another look and, if a host's own code runs, the end of
+// the screen.
+void ScreenHooks::tellSight(const ScreenSight& sight, bool isLaidOut) {
   const QPointer<QObject> leaf = &sight.leaf.tree->object(sight.leaf.node);
-  const auto change = tabChange(before, sight.path);
-  const bool isTold = change && tellSelection(*change);
-  if (leaf) tellAppeared(sight.leaf, isTold ? Told::newcomers : Told::everybody);
-  if (leaf) tellLaidOut(sight.leaf, Told::everybody);
+  const ScreenPath before = std::exchange(path_, sight.path);
+  const std::size_t known = std::exchange(known_, listeners_.size());
+  const bool hasArrived = before.leafId() != sight.path.leafId();
+  const bool hasNewcomers = known < known_;
+  const auto change = hasArrived ? tabChange(before, sight.path) : std::nullopt;
+  const bool isKnown = !hasArrived || (change && tellSelection(*change));
+  if (leaf) tellAppeared(sight.leaf, isKnown ? known : 0);
+  if (leaf && (hasArrived || hasNewcomers || isLaidOut)) tellLaidOut(sight.leaf);
 }
 
 bool ScreenHooks::tellSelection(const TabChange& change) {
@@ -170,24 +165,23 @@ bool ScreenHooks::tellSelection(const TabChange& change) {
   return isTold;
 }
 
-// What is told may bring more listeners and, if a host's own code runs, the end of the screen.
 template <typename Tell>
-void ScreenHooks::tell(ScreenRef leaf, Told told, Tell&& tellOne) {
+void ScreenHooks::tell(ScreenRef leaf, std::size_t first, Tell&& tellOne) {
   const QPointer<QObject> object = &leaf.tree->object(leaf.node);
-  const std::size_t count = listeners_.size();
-  for (std::size_t i = told == Told::newcomers ? count - newcomers_ : 0; i < count && object; ++i) {
+  const std::size_t end = known_;
+  for (std::size_t i = first; i < end && object; ++i) {
     tellOne(platform::ScreenListener(listeners_[i]));
   }
 }
 
-void ScreenHooks::tellAppeared(ScreenRef leaf, Told told) {
-  tell(leaf, told, [&](const platform::ScreenListener& listener) {
+void ScreenHooks::tellAppeared(ScreenRef leaf, std::size_t first) {
+  tell(leaf, first, [&](const platform::ScreenListener& listener) {
     if (listener.appeared) listener.appeared(leaf.screen());
   });
 }
 
-void ScreenHooks::tellLaidOut(ScreenRef leaf, Told told) {
-  tell(leaf, told, [&](const platform::ScreenListener& listener) {
+void ScreenHooks::tellLaidOut(ScreenRef leaf) {
+  tell(leaf, 0, [&](const platform::ScreenListener& listener) {
     if (listener.laidOut) listener.laidOut(leaf.screen());
   });
 }

@@ -53,17 +53,17 @@ class ScreenHooks final : public QObject {
   void scan();
   void connectNotifiers(ScreenRef root, const ScreenPath& path);
   QWindow* windowInFront();
-  void arrive(const ScreenSight& sight);
+  void tellSight(const ScreenSight& sight, bool isLaidOut);
   bool tellSelection(const TabChange& change);
-  enum class Told { everybody, newcomers };
+  /// The listeners from the `first` on.
   template <typename Tell>
-  void tell(ScreenRef leaf, Told told, Tell&& tellOne);
-  void tellAppeared(ScreenRef leaf, Told told);
-  void tellLaidOut(ScreenRef leaf, Told told);
+  void tell(ScreenRef leaf, std::size_t first, Tell&& tellOne);
+  void tellAppeared(ScreenRef leaf, std::size_t first);
+  void tellLaidOut(ScreenRef leaf);
   void forgetSelections();
 
   std::vector<platform::ScreenListener> listeners_;
-  std::size_t newcomers_ = 0;  // the last so many have not been told of what is in sight
+  std::size_t known_ = 0;  // so many of them have been told of what is in sight
   std::vector<std::shared_ptr<Selection>> selections_;
   QPointer<QWindow> front_;
   ScreenPath path_;           // to the screen that was last told of

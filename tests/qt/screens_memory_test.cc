@@ -2,6 +2,7 @@
 #include <QApplication>
 #include <QTest>
 
+#include "base/text_arena.h"
 #include "platform/screen.h"
 #include "qml_app.h"
 #include "qt/screen_hooks.h"
@@ -54,6 +55,32 @@ TEST(ScreenMemory, LooksAtNothingWhileNothingHappensAndSeldomInAStorm) {
   const int before = hooks.scanCount();
   QTest::qWait(1000);
   EXPECT_LE(hooks.scanCount() - before, 11);
+}
+
+// What hears of a screen may run the loop, as a modal dialog does.
+TEST(ScreenLooks, MayBeTakenInsideOfEachOther) {
+  QmlApp app(QmlApp::Documents{{"Main", R"(ApplicationWindow {
+                 function open() { stack.push(page, StackView.Immediate) }
+                 StackView { id: stack; anchors.fill: parent; initialItem: Page { title: 'Home' } }
+                 Component { id: page; Page { title: 'Cart' } } })"}});
+  qt::ScreenHooks hooks(*QCoreApplication::instance());
+  std::vector<std::string> early, late;
+  const auto note = [](std::vector<std::string>& seen, const platform::Screen& screen) {
+    base::TextArena arena;
+    seen.emplace_back(screen.title(arena));
+  };
+  hooks.add({.appeared = [&](const platform::Screen& screen) {
+    note(early, screen);
+    if (early.size() > 1) return;
+    app.call("open");
+    EXPECT_TRUE(waitUntil([&] { return early.size() > 1; }));
+  }});
+  EXPECT_TRUE(waitUntil([&] { return early.size() > 1; }));
+  hooks.add({.appeared = [&](const platform::Screen& screen) { note(late, screen); }});
+  EXPECT_TRUE(waitUntil([&] { return !late.empty(); })) << "the screen was there before";
+  QTest::qWait(250);
+  EXPECT_EQ(early, (std::vector<std::string>{"Home", "Cart"}));
+  EXPECT_EQ(late, (std::vector<std::string>{"Cart"}));
 }
 
 }  // namespace
