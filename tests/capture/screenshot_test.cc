@@ -340,7 +340,7 @@ TEST_F(ScreenshotTest, NoUploadDependsOnASecret) {
     scene_.colour(color);
     offerAndRest("Page " + std::to_string(color) + std::to_string(uploads()));
     answer(kCheck, 200, kMissing);
-    EXPECT_EQ(base::stringMember(body(kUpload), "image_b64"), base::base64(ui_.images.last));
+    EXPECT_TRUE(base::stringMember(body(kUpload), "image_b64") == base::base64(ui_.images.last));
     answer(kUpload, 200);
     return testing::FakeImageCodec::decode(ui_.images.last).pixels;
   };
