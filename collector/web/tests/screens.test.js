@@ -147,6 +147,8 @@ describe('screens', { timeout: 120_000 }, () => {
     await page.locator('.flow-step').first().waitFor();
     await choice.selectOption({ label: 'All sessions' });
     await trail.waitFor({ state: 'detached' });
+    await page.goto(`${collector.address}/#/flow?session=long-gone`);
+    await shows('the wanted one is not among the newest');
   });
 
   it('are told as text, whatever their names are', async () => {

@@ -130,9 +130,10 @@ function content(report: FlowReport, chosen: string, choose: (id: string) => voi
   const session = report.sessions.find((each) => each.session_id === chosen) ?? null;
   const graph = flowGraph(report, session);
   const left = report.screen_count - report.screens.length;
+  const part = left > 0 ? `the ${report.screens.length} busiest screens of ${report.screen_count}` : '';
   const shown = card(
     'Flow',
-    left > 0 ? `the ${report.screens.length} busiest screens of ${report.screen_count}` : '',
+    chosen !== '' && !session ? 'of all sessions: the wanted one is not among the newest' : part,
     sessionChoice(report, chosen, choose),
     h('div', { class: 'flow-room' }, graph.element),
     legend(graph.minor),
