@@ -7,10 +7,12 @@
 #include "qt/class_kinds.h"
 #include "qt/layout_fingerprint.h"
 #include "qt/quick_places.h"
+#include "qt/quick_texts.h"
 #include "qt/quick_views.h"
 #include "qt/redaction.h"
 #include "qt/screen_classes.h"
 #include "qt/text.h"
+#include "qt/weak_node.h"
 
 namespace zarn::qt {
 namespace {
@@ -46,7 +48,8 @@ struct HeaderText {
     const ItemClass kind = itemClass(item);
     if (kind == ItemClass::button || kind == ItemClass::tabBar) return;
     if (kind == ItemClass::text) {
-      if (!stringProperty(item, "text").trimmed().isEmpty() && ++count == 1) label = &item;
+      if (!toolkitProperty(item, "text").toString().trimmed().isEmpty() && ++count == 1)
+        label = &item;
       return;
     }
     const auto children = item.childItems();
@@ -87,10 +90,6 @@ QQuickItem* tabButtonOf(QQuickItem& screen) {
 std::string_view buttonText(const QQuickItem* button, base::TextArena& arena) {
   return button != nullptr ? labelToArena(stringProperty(*button, "text"), arena)
                            : std::string_view();
-}
-
-platform::View viewOf(QQuickItem* item) {
-  return item != nullptr ? quickView(item) : platform::View();
 }
 
 }  // namespace
@@ -149,7 +148,7 @@ std::string_view QuickScreens::title(Node node, base::TextArena& arena) {
 
 std::string_view QuickScreens::navigationTitle(Node node, base::TextArena& arena) {
   const QQuickItem* const label = titleLabelOf(itemOfNode(node));
-  return label != nullptr ? toArena(stringProperty(*label, "text"), arena) : std::string_view();
+  return label != nullptr ? quickText(*label, arena) : std::string_view();
 }
 
 std::string_view QuickScreens::tabTitle(Node node, base::TextArena& arena) {
@@ -157,11 +156,11 @@ std::string_view QuickScreens::tabTitle(Node node, base::TextArena& arena) {
 }
 
 platform::View QuickScreens::navigationTitleView(Node node) {
-  return viewOf(titleLabelOf(itemOfNode(node)));
+  return quickView(titleLabelOf(itemOfNode(node)));
 }
 
 platform::View QuickScreens::tabView(Node node) {
-  return viewOf(tabButtonOf(itemOfNode(node)));
+  return quickView(tabButtonOf(itemOfNode(node)));
 }
 
 platform::View QuickScreens::view(Node node) {
@@ -235,11 +234,11 @@ std::string_view QuickScreens::tabTitleAt(Node node, int index, base::TextArena&
 }
 
 platform::View QuickScreens::tabViewAt(Node node, int index) {
-  return viewOf(tabButtonAt(itemOfNode(node), index));
+  return quickView(tabButtonAt(itemOfNode(node), index));
 }
 
 std::unique_ptr<platform::ScreenToolkit::WeakNode> QuickScreens::weak(Node node) {
-  return std::make_unique<WeakScreenNode<QQuickItem>>(&itemOfNode(node));
+  return std::make_unique<qt::WeakNode<ScreenToolkit, QQuickItem>>(itemOfNode(node));
 }
 
 bool QuickScreens::isSettled(Node node) {

@@ -7,10 +7,10 @@
 #include <algorithm>
 
 #include "qt/class_kinds.h"
-#include "qt/gui_thread.h"
 #include "qt/quick_facts.h"
 #include "qt/quick_texts.h"
 #include "qt/text.h"
+#include "qt/weak_node.h"
 
 namespace zarn::qt {
 namespace {
@@ -127,12 +127,7 @@ void QuickViews::eachVisibleCell(Node node, Visit visit) {
 }
 
 std::unique_ptr<platform::ViewToolkit::WeakNode> QuickViews::weak(Node node) {
-  struct Weak final : WeakNode {
-    explicit Weak(QQuickItem* item) : item_(item) {}
-    Node lock() const override { return onGuiThread() ? item_.data() : nullptr; }
-    QPointer<QQuickItem> item_;
-  };
-  return std::make_unique<Weak>(&itemAt(node));
+  return std::make_unique<qt::WeakNode<ViewToolkit, QQuickItem>>(itemAt(node));
 }
 
 QuickViews& views() {

@@ -5,14 +5,13 @@
 // wraps a container which fills it is seen through. What lies small within a page is its content.
 #pragma once
 
-#include <QPointer>
 #include <cstdint>
 #include <memory>
 
 #include "base/function_ref.h"
 #include "platform/screen.h"
-#include "qt/gui_thread.h"
 
+class QObject;
 class QQuickWindow;
 class QWidget;
 class QWindow;
@@ -57,18 +56,5 @@ inline platform::Screen rootScreen(QWidget& window) {
 std::uint64_t screenId(QObject& object);
 /// Objects that have one, or had until a short while ago.
 std::size_t numberedScreens();
-
-/// Knows when the object has died, which QML and Widgets may bring about at any time.
-template <typename T>
-class WeakScreenNode final : public platform::ScreenToolkit::WeakNode {
- public:
-  explicit WeakScreenNode(T* object) : object_(object) {}
-  platform::ScreenToolkit::Node lock() const override {
-    return onGuiThread() ? object_.data() : nullptr;
-  }
-
- private:
-  QPointer<T> object_;
-};
 
 }  // namespace zarn::qt

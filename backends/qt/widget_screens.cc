@@ -9,6 +9,7 @@
 #include "qt/layout_fingerprint.h"
 #include "qt/redaction.h"
 #include "qt/text.h"
+#include "qt/weak_node.h"
 #include "qt/widget_views.h"
 
 namespace zarn::qt {
@@ -143,9 +144,8 @@ QWidget* containerOf(QWidget& widget) {
 }
 
 // Tabs are no widgets of their own.
-platform::View barView(QWidget* container) {
-  QTabBar* const bar = container != nullptr ? tabBarOf(*container) : nullptr;
-  return bar != nullptr ? widgetView(bar) : platform::View();
+platform::View barView(const QWidget* container) {
+  return widgetView(container != nullptr ? tabBarOf(*container) : nullptr);
 }
 
 }  // namespace
@@ -252,7 +252,7 @@ std::string_view WidgetScreens::tabTitleAt(Node node, int index, base::TextArena
 }
 
 std::unique_ptr<platform::ScreenToolkit::WeakNode> WidgetScreens::weak(Node node) {
-  return std::make_unique<WeakScreenNode<QWidget>>(&widgetOfNode(node));
+  return std::make_unique<qt::WeakNode<ScreenToolkit, QWidget>>(widgetOfNode(node));
 }
 
 bool WidgetScreens::isSettled(Node) {

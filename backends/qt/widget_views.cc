@@ -10,8 +10,8 @@
 
 #include "qt/appearance.h"
 #include "qt/class_kinds.h"
-#include "qt/gui_thread.h"
 #include "qt/text.h"
+#include "qt/weak_node.h"
 #include "qt/widget_facts.h"
 
 namespace zarn::qt {
@@ -126,12 +126,7 @@ base::Rect WidgetViews::convert(base::Rect rect, Node from, Node to) {
 }
 
 std::unique_ptr<platform::ViewToolkit::WeakNode> WidgetViews::weak(Node node) {
-  struct Weak final : WeakNode {
-    explicit Weak(QWidget* widget) : widget_(widget) {}
-    Node lock() const override { return onGuiThread() ? widget_.data() : nullptr; }
-    QPointer<QWidget> widget_;
-  };
-  return std::make_unique<Weak>(&widgetAt(node));
+  return std::make_unique<qt::WeakNode<ViewToolkit, QWidget>>(widgetAt(node));
 }
 
 WidgetViews& views() {
