@@ -2,14 +2,12 @@
 
 #include <QQuickItem>
 
+#include "qt/screen_classes.h"
+
 namespace zarn::qt {
 namespace {
 
 constexpr int kMostLevels = 200;
-
-bool runs(const QObject& animation) {
-  return animation.property("running").toBool();
-}
 
 bool holdsAnimator(const QObject& object) {
   if (object.inherits("QQuickAnimator")) return true;
@@ -22,7 +20,7 @@ bool holdsAnimator(const QObject& object) {
 /// Of what belongs to an item without being one: transitions, behaviours and animations.
 bool isMoved(const QObject& object) {
   if (object.inherits("QQuickAbstractAnimation") || object.inherits("QQuickTransition")) {
-    return runs(object) && holdsAnimator(object);
+    return toolkitProperty(object, "running").toBool() && holdsAnimator(object);
   }
   for (const QObject* const child : object.children()) {
     if (!child->isQuickItemType() && isMoved(*child)) return true;

@@ -1,5 +1,6 @@
 #include "qt/quick_places.h"
 
+#include <QMetaMethod>
 #include <QQuickItem>
 #include <QQuickWindow>
 
@@ -216,8 +217,8 @@ QQuickItem* containerOf(QQuickItem& screen, QQuickItem** branch) {
 
 QQuickItem* containerItem(QQuickItem& container, int index) {
   QQuickItem* item = nullptr;
-  QMetaObject::invokeMethod(&container, "itemAt", Qt::DirectConnection,
-                            Q_RETURN_ARG(QQuickItem*, item), Q_ARG(int, index));
+  toolkitMethod(container, "itemAt(int)")
+      .invoke(&container, Qt::DirectConnection, Q_RETURN_ARG(QQuickItem*, item), Q_ARG(int, index));
   return item;
 }
 

@@ -1,6 +1,7 @@
 #include "qt/screen_classes.h"
 
 #include <QHash>
+#include <QMetaMethod>
 #include <QMetaProperty>
 #include <QObject>
 #include <cstring>
@@ -71,6 +72,11 @@ QVariant toolkitProperty(const QObject& object, const char* name) {
   const QMetaObject& compiled = compiledClass(*object.metaObject());
   const int index = compiled.indexOfProperty(name);
   return index >= 0 ? compiled.property(index).read(&object) : QVariant();
+}
+
+QMetaMethod toolkitMethod(const QObject& object, const char* signature) {
+  const QMetaObject& compiled = compiledClass(*object.metaObject());
+  return compiled.method(compiled.indexOfMethod(signature));
 }
 
 }  // namespace zarn::qt

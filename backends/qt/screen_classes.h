@@ -5,6 +5,7 @@
 #include <QVariant>
 #include <cstdint>
 
+class QMetaMethod;
 class QObject;
 
 namespace zarn::qt {
@@ -32,5 +33,7 @@ ItemClass itemClass(const QObject& object);
 
 /// A property of the toolkit's own class, whatever an app has put in front of it.
 QVariant toolkitProperty(const QObject& object, const char* name);
+/// Likewise; invalid without one.
+QMetaMethod toolkitMethod(const QObject& object, const char* signature);
 
 }  // namespace zarn::qt

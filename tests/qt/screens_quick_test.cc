@@ -9,19 +9,21 @@
 namespace zarn::testing {
 namespace {
 
-using Names = std::vector<std::string>;
-
 const QByteArray kHome = "Page { Label { text: 'Welcome' } }";
 const QByteArray kCart = "Page { property int items: 2; Label { text: 'Two things' } }";
 
+/// An app with these two pages.
+QmlApp::Documents shop(const QByteArray& main) {
+  return {{"HomePage", kHome}, {"CartPage", kCart}, {"Main", main}};
+}
+
 TEST(QuickScreens, OfAStackAreToldOnceEachAndAgainWhenTheyComeBack) {
-  QmlApp app(
-      QmlApp::Documents{{"HomePage", kHome}, {"CartPage", kCart}, {"Main", R"(ApplicationWindow {
+  QmlApp app(shop(R"(ApplicationWindow {
                  function cart() { stack.push("CartPage.qml") }
                  function pay() { stack.replace(pay) }
                  function back() { stack.pop() }
                  StackView { id: stack; anchors.fill: parent; initialItem: HomePage {} }
-                 Component { id: pay; Page { title: 'Payment' } } })"}});
+                 Component { id: pay; Page { title: 'Payment' } } })"));
   ScreenJournal journal;
   journal.expect({"HomePage"});
   app.call("cart");
@@ -33,12 +35,11 @@ TEST(QuickScreens, OfAStackAreToldOnceEachAndAgainWhenTheyComeBack) {
 }
 
 TEST(QuickScreens, ThatAreOnlyPassedThroughAreNotToldOf) {
-  QmlApp app(
-      QmlApp::Documents{{"HomePage", kHome}, {"CartPage", kCart}, {"Main", R"(ApplicationWindow {
+  QmlApp app(shop(R"(ApplicationWindow {
                  function thereAndBack() { stack.push("CartPage.qml"); stack.pop(StackView.Immediate) }
                  function deeper() { stack.push(["CartPage.qml", last]) }
                  StackView { id: stack; anchors.fill: parent; initialItem: HomePage {} }
-                 Component { id: last; Page { header: ToolBar { Label { text: 'Order 7' } } } } })"}});
+                 Component { id: last; Page { header: ToolBar { Label { text: 'Order 7' } } } } })"));
   ScreenJournal journal;
   journal.expect({"HomePage"});
   app.call("thereAndBack");
@@ -57,12 +58,13 @@ constexpr auto kTabs = R"(ApplicationWindow {
     Item { Label { text: 'Nothing' } } }
   Component { id: more; Page { title: 'Details' } }
   footer: TabBar { id: bar; objectName: 'bar'; currentIndex: swipe.currentIndex
+    function itemAt(index: int): Item { return null }  // the app's own
     TabButton { objectName: 'tab0'; text: 'Home' }
     TabButton { objectName: 'tab1'; text: '&Basket' }
     TabButton { objectName: 'tab2'; text: 'Account' } } })";
 
 TEST(QuickScreens, OfTabsAreNamedByTheirTabAndToldToWhoeverObservesTheSelection) {
-  QmlApp app(QmlApp::Documents{{"HomePage", kHome}, {"CartPage", kCart}, {"Main", kTabs}});
+  QmlApp app(shop(kTabs));
   ScreenJournal plain;
   plain.expect({"Home"});
   ScreenJournal watching(true);
@@ -78,7 +80,7 @@ TEST(QuickScreens, OfTabsAreNamedByTheirTabAndToldToWhoeverObservesTheSelection)
 }
 
 TEST(QuickScreens, AreNotNamedByWhatIsPrivateAroundThem) {
-  QmlApp app(QmlApp::Documents{{"HomePage", kHome}, {"CartPage", kCart}, {"Main", kTabs}});
+  QmlApp app(shop(kTabs));
   qt::setRedacted(*app.object(QStringLiteral("bar")), true);
   ScreenJournal journal;
   journal.expect({"HomePage"});
@@ -119,7 +121,7 @@ TEST(QuickScreens, AreNotNamedByFieldsInTheirHeaders) {
 }
 
 TEST(QuickScreens, AreToldOnceAFingerHasSwipedThemIn) {
-  QmlApp app(QmlApp::Documents{{"HomePage", kHome}, {"CartPage", kCart}, {"Main", kTabs}});
+  QmlApp app(shop(kTabs));
   ScreenJournal journal(true);
   journal.expect({"Home"});
   // Past the middle and back again: no other screen has been seen.
