@@ -160,12 +160,22 @@ QWidget* widgetIn(const QWindow& window) {
   return nullptr;
 }
 
-QObject* touchedObject(QWindow& window, QPointF point) {
-  if (auto* const quick = qobject_cast<QQuickWindow*>(&window)) {
-    return touchedItem(*quick->contentItem(), point);
+WindowPoint inOuterWindow(QWindow& window, QPointF at) {
+  WindowPoint point{&window, at};
+  while (point.window != nullptr && qobject_cast<QQuickWindow*>(point.window) == nullptr &&
+         widgetIn(*point.window) == nullptr) {
+    point.at += point.window->position();
+    point.window = point.window->parent();
   }
-  QWidget* const widget = widgetIn(window);
-  return widget != nullptr ? touchedWidget(*widget, point) : nullptr;
+  return point.window != nullptr ? point : WindowPoint{&window, at};
+}
+
+QObject* touchedObject(WindowPoint point) {
+  if (auto* const quick = qobject_cast<QQuickWindow*>(point.window)) {
+    return touchedItem(*quick->contentItem(), point.at);
+  }
+  QWidget* const widget = widgetIn(*point.window);
+  return widget != nullptr ? touchedWidget(*widget, point.at) : nullptr;
 }
 
 QObject* controlOf(QObject* touched) {

@@ -15,10 +15,18 @@ namespace zarn::qt {
 QQuickItem* touchedItem(QQuickItem& root, QPointF point);
 /// The widget there, down to the smallest; null outside.
 QWidget* touchedWidget(QWidget& window, QPointF point);
-/// One or the other.
-QObject* touchedObject(QWindow& window, QPointF point);
 /// The widget that fills a window of Widgets; null for another window.
 QWidget* widgetIn(const QWindow& window);
+
+struct WindowPoint {
+  QWindow* window;
+  QPointF at;
+};
+/// A widget may have a window of its own within that of the widgets around it, and gets its events
+/// there: this is where such a point lies in the window around all of them.
+WindowPoint inOuterWindow(QWindow& window, QPointF at);
+/// The item or the widget there.
+QObject* touchedObject(WindowPoint point);
 
 /// The control that a press on this item or widget would operate, one or the other as well; null
 /// without one. A field to type into is none.

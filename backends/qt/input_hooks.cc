@@ -92,7 +92,8 @@ void InputHooks::handle(QWindow& window, QEvent& event) {
       giveUp();
       return;
     case QEvent::Wheel:
-      scrolls_.wheeled(touchedObject(window, static_cast<QWheelEvent&>(event).position()));
+      scrolls_.wheeled(
+          touchedObject(inOuterWindow(window, static_cast<QWheelEvent&>(event).position())));
       return;
     default:
       mouse(window, event);
@@ -135,9 +136,9 @@ void InputHooks::touch(QWindow& window, QEvent& event) {
 
 void InputHooks::press(QWindow& window, QPointF at, bool isTouch) {
   press_ = {.window = &window, .at = at, .control = nullptr, .isTouch = isTouch, .isTap = true};
-  QObject* const touched = touchedObject(window, at);
+  QObject* const touched = touchedObject(inOuterWindow(window, at));
   press_.control = controlOf(touched);
-  scrolls_.pressed(touched);
+  scrolls_.pressed(touched, isTouch ? ScrollWatch::Hand::finger : ScrollWatch::Hand::mouse);
 }
 
 void InputHooks::move(QPointF at) {
@@ -157,15 +158,17 @@ void InputHooks::release(QPointerEvent& event, QPointF at) {
   move(at);
   const Press press = std::exchange(press_, {});
   scrolls_.released();
+  const WindowPoint place = inOuterWindow(*press.window, at);
   if (press.isTap) {
-    const base::Point location{at.x(), at.y()};
+    const QPointer<QWindow> window = place.window;
+    const base::Point location{place.at.x(), place.at.y()};
     tellAll([&](const platform::InputListener& listener) {
-      if (!listener.tapped || press.window.isNull()) return;
-      const platform::View top = topOf(*press.window);
+      if (!listener.tapped || window.isNull()) return;
+      const platform::View top = topOf(*window);
       if (top) listener.tapped({.window = top, .location = location});
     });
   }
-  const QPointer<QObject> control = operatedControl(press.control, event, at);
+  const QPointer<QObject> control = operatedControl(press.control, event, place.at);
   tellAll([&](const platform::InputListener& listener) {
     if (listener.activated && control) listener.activated(viewOf(*control));
   });

@@ -1,6 +1,7 @@
 #include "qt/scroll_watch.h"
 
 #include <QAbstractScrollArea>
+#include <QGuiApplication>
 #include <QMetaMethod>
 #include <QQuickItem>
 #include <QQuickWindow>
@@ -38,13 +39,13 @@ QObject* windowOf(QObject& object) {
 
 }  // namespace
 
-void ScrollWatch::pressed(QObject* touched) {
-  isPressed_ = true;
+void ScrollWatch::pressed(QObject* touched, Hand hand) {
+  hand_ = hand;
   watch(touched);
 }
 
 void ScrollWatch::released() {
-  isPressed_ = false;
+  hand_ = Hand::none;
   sinceHand_.start();
 }
 
@@ -105,14 +106,14 @@ void ScrollWatch::onBarMoved() {
   }
   if (object == nullptr || base::inForkedChild()) return;
   if (!isRunning(*object)) {
-    if (!isPressed_ && !(sinceHand_.isValid() && sinceHand_.elapsed() < kAfterHandMs)) return;
+    if (!isHeld() && !(sinceHand_.isValid() && sinceHand_.elapsed() < kAfterHandMs)) return;
     begin(*object);
   }
   areasTimer_.start(kQuietMs, this);
 }
 
 void ScrollWatch::timerEvent(QTimerEvent* event) {
-  if (event->timerId() != areasTimer_.timerId() || isPressed_) return;  // held still: not yet over
+  if (event->timerId() != areasTimer_.timerId() || isHeld()) return;  // held still: not yet over
   areasTimer_.stop();
   if (base::inForkedChild()) return;
   std::vector<Running> ended;
@@ -123,6 +124,12 @@ void ScrollWatch::timerEvent(QTimerEvent* event) {
   std::copy_if(running_.begin(), running_.end(), std::back_inserter(ended), isArea);
   running_.erase(std::remove_if(running_.begin(), running_.end(), isArea), running_.end());
   for (const Running& scroll : ended) tellEnd(scroll);
+}
+
+// Of a drag and drop no release is told.
+bool ScrollWatch::isHeld() const {
+  return hand_ == Hand::finger ||
+         (hand_ == Hand::mouse && QGuiApplication::mouseButtons() != Qt::NoButton);
 }
 
 bool ScrollWatch::isRunning(const QObject& object) const {

@@ -7,6 +7,7 @@
 #include <QElapsedTimer>
 #include <QObject>
 #include <QPointer>
+#include <cstdint>
 #include <functional>
 #include <vector>
 
@@ -26,9 +27,10 @@ class ScrollWatch final : public QObject {
   ScrollWatch(QObject* parent, Tell began, Tell ended)
       : QObject(parent), began_(std::move(began)), ended_(std::move(ended)) {}
 
+  enum class Hand : std::uint8_t { none, mouse, finger };
   /// The user has put a finger or a button down on this item or widget, or takes it away. Null when
   /// it lies beside all of them.
-  void pressed(QObject* touched);
+  void pressed(QObject* touched, Hand hand);
   void released();
   void wheeled(QObject* touched);
 
@@ -53,13 +55,14 @@ class ScrollWatch final : public QObject {
   void end(const QObject* object);
   void tellEnd(const Running& ended);
   bool isRunning(const QObject& object) const;
+  bool isHeld() const;
 
   const Tell began_;
   const Tell ended_;
   std::vector<Running> running_;
   QBasicTimer areasTimer_;   // until what moves the bars has stopped
   QElapsedTimer sinceHand_;  // since the user last pressed, released or turned the wheel
-  bool isPressed_ = false;
+  Hand hand_ = Hand::none;   // that is down, as far as has been told
 };
 
 }  // namespace zarn::qt

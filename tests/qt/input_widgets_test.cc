@@ -48,14 +48,15 @@ struct Form : QWidget {
     resize(390, 844);
     show();
     EXPECT_TRUE(QTest::qWaitForWindowActive(this));
-    events.listen({.tapped = [this](const platform::Touch&) { ++taps; },
-                   .activated =
-                       [this](const platform::View& control) {
-                         base::TextArena arena;
-                         operated.push_back(std::string(control.text(arena)));
-                       },
-                   .scrollBegan = [this](const platform::View&) { ++begun; },
-                   .scrollEnded = [this](const platform::View&) { ++ended; }});
+    events.listen(
+        {.tapped = [this](const platform::Touch& touch) { taps.push_back(touch.location); },
+         .activated =
+             [this](const platform::View& control) {
+               base::TextArena arena;
+               operated.push_back(std::string(control.text(arena)));
+             },
+         .scrollBegan = [this](const platform::View&) { ++begun; },
+         .scrollEnded = [this](const platform::View&) { ++ended; }});
   }
   ~Form() override {
     for (QWidget* const widget :
@@ -75,7 +76,7 @@ struct Form : QWidget {
   QLabel label{"Only text"};
   QScrollArea area;
   qt::QtInputEvents events;
-  int taps = 0;
+  std::vector<base::Point> taps;
   std::vector<std::string> operated;
   int begun = 0;
   int ended = 0;
@@ -87,7 +88,22 @@ TEST(WidgetInput, TellsOfTapsOnScenesInsideOfWidgets) {
   scene.setGeometry(0, 0, 100, 100);
   scene.show();
   form.click(scene);
-  EXPECT_EQ(form.taps, 1);
+  EXPECT_EQ(form.taps.size(), 1u);
+}
+
+TEST(WidgetInput, TellsOfTapsOnWidgetsWithWindowsOfTheirOwn) {
+  Form form;
+  QWidget native(&form);
+  native.setAttribute(Qt::WA_NativeWindow);
+  native.setGeometry(20, 500, 200, 200);
+  QPushButton pay("Pay", &native);
+  pay.setAttribute(Qt::WA_NativeWindow);
+  pay.setGeometry(50, 60, 80, 30);
+  native.show();
+  ASSERT_TRUE(QTest::qWaitForWindowExposed(pay.windowHandle()));
+  QTest::mouseClick(pay.windowHandle(), Qt::LeftButton, {}, {40, 15});
+  EXPECT_EQ(form.taps, (std::vector<base::Point>{{110, 575}}));
+  EXPECT_EQ(form.operated, std::vector<std::string>{"Pay"});
 }
 
 TEST(WidgetInput, TellsOfTapsOnceAndOfTheControlsThatTheyOperate) {
@@ -96,12 +112,12 @@ TEST(WidgetInput, TellsOfTapsOnceAndOfTheControlsThatTheyOperate) {
   form.click(form.off);
   form.click(form.field);
   form.click(form.label);
-  EXPECT_EQ(form.taps, 4);
+  EXPECT_EQ(form.taps.size(), 4u);
   EXPECT_EQ(form.operated, std::vector<std::string>{"Send"});
   const QPoint send = form.send.mapTo(&form, form.send.rect().center());
   QTest::mousePress(form.windowHandle(), Qt::LeftButton, {}, send);
   QTest::mouseRelease(form.windowHandle(), Qt::LeftButton, {}, {200, 700});
-  EXPECT_EQ(form.taps, 4);
+  EXPECT_EQ(form.taps.size(), 4u);
   EXPECT_EQ(form.operated.size(), 1u);
   const auto hit = form.events.hitTest(qt::widgetView(&form), {double(send.x()), double(send.y())});
   EXPECT_EQ(qt::widgetOf(hit), &form.send);
@@ -128,6 +144,23 @@ TEST(WidgetInput, TellsWhenAnAreaBeginsAndEndsToScroll) {
   QTest::mouseRelease(form.windowHandle(), Qt::LeftButton, {}, handle + QPoint(0, 60));
   EXPECT_TRUE(waitUntil([&] { return form.ended == 2; }));
   EXPECT_EQ(form.begun, 2);
+}
+
+TEST(WidgetInput, EndsAScrollWhoseReleaseIsTakenAway) {
+  Form form;
+  auto& bar = *form.area.verticalScrollBar();
+  const QPoint handle = bar.mapTo(&form, QPoint(bar.width() / 2, 20));
+  QTest::mousePress(form.windowHandle(), Qt::LeftButton, {}, handle);
+  QTest::mouseMove(form.windowHandle(), handle + QPoint(0, 60));
+  ASSERT_EQ(form.begun, 1);
+  struct Drag final : QObject {
+    bool eventFilter(QObject*, QEvent* event) override {
+      return event->type() == QEvent::MouseButtonRelease;
+    }
+  } drag;
+  qApp->installEventFilter(&drag);
+  QTest::mouseRelease(form.windowHandle(), Qt::LeftButton, {}, handle + QPoint(0, 60));
+  EXPECT_TRUE(waitUntil([&] { return form.ended == 1; }));
 }
 
 }  // namespace
