@@ -74,8 +74,7 @@ bool acceptsTextInput(const QWidget& widget, const ClassFacts& type) {
   if (const auto* edit = as<QPlainTextEdit>(widget)) return !edit->isReadOnly();
   if (const auto* box = as<QAbstractSpinBox>(widget)) return !box->isReadOnly();
   if (const auto* combo = as<QComboBox>(widget)) return combo->isEditable();
-  const bool editsCells = type.kind == ViewKind::list || type.kind == ViewKind::scroll;
-  if (editsCells && type.isToolkits) return false;
+  if (type.kind == ViewKind::list && type.isToolkits) return false;  // it edits its rows in fields
   return widget.testAttribute(Qt::WA_InputMethodEnabled);
 }
 

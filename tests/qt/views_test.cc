@@ -6,7 +6,9 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QRegularExpressionValidator>
+#include <QScrollArea>
 #include <QTabBar>
+#include <QTableWidget>
 #include <set>
 
 #include "qt/class_kinds.h"
@@ -336,6 +338,11 @@ TEST(WidgetViewsTest, KnowWhatIsPrivateByItself) {
   form.addRow(QStringLiteral("Name"), name);
   auto* const scene = new QGraphicsView;
   form.addRow(scene);
+  auto* const editor = new QScrollArea;  // of the app's own, as far as can be told
+  editor->setAttribute(Qt::WA_InputMethodEnabled);
+  form.addRow(editor);
+  auto* const table = new QTableWidget;
+  form.addRow(table);
   auto* const tabs = new QTabBar;
   tabs->addTab(QStringLiteral("&Home"));
   form.addRow(tabs);
@@ -343,6 +350,8 @@ TEST(WidgetViewsTest, KnowWhatIsPrivateByItself) {
   EXPECT_EQ(widgetView(card).contentType(), TextContentType::creditCardNumber);
   EXPECT_EQ(widgetView(name).contentType(), TextContentType::none);
   EXPECT_TRUE(widgetView(scene).facts().isMarkedPrivate);
+  EXPECT_TRUE(widgetView(editor).facts().acceptsTextInput);
+  EXPECT_FALSE(widgetView(table).facts().acceptsTextInput);
   base::TextArena arena;
   EXPECT_EQ(widgetView(tabs).selectedTabTitle(arena), "Home");
 }
