@@ -1,61 +1,34 @@
 // A whole client inside a Qt app. It is one for the process, so it gets a process of its own.
 #include <gtest/gtest.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <QApplication>
 #include <QFileOpenEvent>
-#include <QNetworkAccessManager>
 #include <QTest>
 #include <QTimer>
 #include <QWidget>
 #include <QWindow>
-#include <cstdlib>
-#include <regex>
 #include <string>
 #include <thread>
 
+#include "client_process.h"
 #include "platform/dispatch.h"
 #include "platform/host.h"
 #include "platform/input_events.h"
-#include "support/loopback_server.h"
-#include "support/temp_directory.h"
-#include "zarn/desktop.h"
 #include "zarn/qt.h"
 #include "zarn/zarn.h"
 
 namespace zarn::qt {
 namespace {
 
-constexpr const char* kFolder = "ZARN_TEST_QT_FOLDER";
-constexpr const char* kServer = "ZARN_TEST_QT_SERVER";
-
-/// A server that allows everything and accepts every event.
-testing::LoopbackAnswer welcome(const testing::LoopbackRequest& request) {
-  if (request.path.find("/init") != std::string::npos) {
-    return {.body = R"({"release_id":"r1","app_id":"a1","data_collection":{}})"};
-  }
-  if (request.path.find("/batch") == std::string::npos) {
-    return {.body = R"({"dataCollection":{},"paused":false})"};
-  }
-  static const std::regex id(R"re("event_id":("[^"]+"))re");
-  std::string ids;
-  for (std::sregex_iterator at(request.body.begin(), request.body.end(), id), end; at != end;
-       ++at) {
-    ids += (ids.empty() ? "" : ",") + (*at)[1].str();
-  }
-  return {.body = R"({"accepted_event_ids":[)" + ids + "]}"};
-}
+using testing::ClientProcess;
 
 /// In a process of its own, started by the test below.
 TEST(AttachProcess, Run) {
-  if (!::getenv(kFolder)) GTEST_SKIP() << "runs in a process that another test starts";
+  if (!ClientProcess::isThis()) GTEST_SKIP() << "runs in a process that another test starts";
   const auto guiThread = std::this_thread::get_id();
-  desktop::describeHost({.bundleId = "com.example.shop", .dataDirectory = ::getenv(kFolder)});
   std::thread([] { attach(*qApp); }).join();  // has no effect but a line
+  ClientProcess::startClient();
   attach(*qApp);
-  attach(*qApp);
-  Zarn::configure("wk_test_x_qt_abc", {.apiHost = ::getenv(kServer)});
 
   auto& host = platform::processHost();
   int taps = 0;
@@ -93,47 +66,24 @@ TEST(AttachProcess, Run) {
 
 /// The app dies at the end of main, with a timer of ours set.
 TEST(AttachProcess, RunWithoutALoop) {
-  if (!::getenv(kFolder)) GTEST_SKIP() << "runs in a process that another test starts";
-  desktop::describeHost({.bundleId = "com.example.shop", .dataDirectory = ::getenv(kFolder)});
-  attach(*qApp);
-  Zarn::configure("wk_test_x_qt_abc", {.apiHost = ::getenv(kServer)});
+  if (!ClientProcess::isThis()) GTEST_SKIP() << "runs in a process that another test starts";
+  ClientProcess::startClient();
   auto& main = platform::processHost().dispatch.main();
   main.postAfter(base::seconds(3600), [] {});
   QCoreApplication::processEvents();
   main.post([] {});
 }
 
-/// The end of a process of its own that runs one of the tests above.
-int runInProcess(const char* filter, const std::string& folder, const std::string& server) {
-  const pid_t child = ::fork();
-  if (child == 0) {
-    ::setenv(kFolder, folder.c_str(), 1);
-    ::setenv(kServer, server.c_str(), 1);
-    ::execl("/proc/self/exe", "qt_tests", filter, nullptr);
-    ::_exit(127);
-  }
-  int status = -1;
-  ::waitpid(child, &status, 0);
-  return status;
-}
-
 TEST(Attach, GivesAClientThatLivesInTheLoopAndOutlivesIt) {
-  testing::LoopbackServer server;
-  server.answerBy(welcome);
-  const testing::TempDirectory folder;
-  EXPECT_EQ(runInProcess("--gtest_filter=AttachProcess.Run", folder.path(), server.url("")), 0);
-  std::string sent;
-  for (const auto& request : server.requests()) sent += request.body;
+  ClientProcess process("AttachProcess.Run");
+  EXPECT_EQ(process.run(), 0) << process.output();
+  const std::string sent = process.sent();
   EXPECT_NE(sent.find("after the loop"), std::string::npos) << sent;
 }
 
 TEST(Attach, LetsAnAppEndThatRanNoLoop) {
-  testing::LoopbackServer server;
-  server.answerBy(welcome);
-  const testing::TempDirectory folder;
-  EXPECT_EQ(
-      runInProcess("--gtest_filter=AttachProcess.RunWithoutALoop", folder.path(), server.url("")),
-      0);
+  ClientProcess process("AttachProcess.RunWithoutALoop");
+  EXPECT_EQ(process.run(), 0) << process.output();
 }
 
 }  // namespace

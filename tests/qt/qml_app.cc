@@ -7,6 +7,7 @@
 #include <algorithm>
 
 #include "base/text_arena.h"
+#include "quick_scene.h"
 
 namespace zarn::testing {
 
@@ -30,31 +31,14 @@ QmlApp::QmlApp(const Documents& documents) {
   }
   EXPECT_EQ(documents.count("Main"), 1u);
   QQmlComponent component(&engine_, QUrl::fromLocalFile(folder_.filePath("Main.qml")));
-  window_.reset(qobject_cast<QQuickWindow*>(component.create()));
-  if (window_ == nullptr) {
-    ADD_FAILURE() << component.errorString().toStdString();
-    std::abort();
-  }
+  window_ = makeWindow(component);
   window_->resize(390, 844);
   window_->show();
   EXPECT_TRUE(QTest::qWaitForWindowActive(window_.get()));
 }
 
-namespace {
-
-QQuickItem* find(QQuickItem* from, const QString& name) {
-  if (from->objectName() == name) return from;
-  const auto children = from->childItems();
-  for (QQuickItem* const child : children) {
-    if (QQuickItem* const found = find(child, name)) return found;
-  }
-  return nullptr;
-}
-
-}  // namespace
-
 QQuickItem* QmlApp::item(const QString& name) {
-  return find(window_->contentItem(), name);
+  return itemNamed(window_->contentItem(), name);
 }
 
 QPoint QmlApp::middleOf(const QString& name) {

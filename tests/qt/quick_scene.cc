@@ -3,18 +3,23 @@
 #include "qt/qml_module.h"
 
 namespace zarn::testing {
-namespace {
-
-QQuickItem* find(QQuickItem* from, const QString& name) {
+QQuickItem* itemNamed(QQuickItem* from, const QString& name) {
   if (from->objectName() == name) return from;
   const auto children = from->childItems();
   for (QQuickItem* const child : children) {
-    if (QQuickItem* const found = find(child, name)) return found;
+    if (QQuickItem* const found = itemNamed(child, name)) return found;
   }
   return nullptr;
 }
 
-}  // namespace
+std::unique_ptr<QQuickWindow> makeWindow(QQmlComponent& component) {
+  std::unique_ptr<QQuickWindow> window(qobject_cast<QQuickWindow*>(component.create()));
+  if (window == nullptr) {
+    ADD_FAILURE() << component.errorString().toStdString();
+    std::abort();
+  }
+  return window;
+}
 
 QuickScene::QuickScene(const QByteArray& body) {
   static const bool isRegistered = [] {
@@ -29,17 +34,13 @@ QuickScene::QuickScene(const QByteArray& body) {
       "import Testing 1.0\nApplicationWindow { visible: true; width: 390; height: 844\n" +
           body + "\n}",
       {});
-  window_.reset(qobject_cast<QQuickWindow*>(component.create()));
-  if (window_ == nullptr) {
-    ADD_FAILURE() << component.errorString().toStdString();
-    std::abort();
-  }
+  window_ = makeWindow(component);
   EXPECT_TRUE(QTest::qWaitForWindowExposed(window_.get()));
   QCoreApplication::processEvents();
 }
 
 QQuickItem* QuickScene::item(const QString& name) {
-  QQuickItem* const found = find(window_->contentItem(), name);
+  QQuickItem* const found = itemNamed(window_->contentItem(), name);
   EXPECT_NE(found, nullptr) << name.toStdString();
   return found;
 }

@@ -12,6 +12,11 @@
 
 namespace zarn::testing {
 
+/// By its objectName, at or below `from`; null without one.
+QQuickItem* itemNamed(QQuickItem* from, const QString& name);
+/// Ends the process when the document is no window.
+std::unique_ptr<QQuickWindow> makeWindow(QQmlComponent& component);
+
 /// An item that an app has written itself, into which the user can type.
 class Editor : public QQuickItem {
   Q_OBJECT
