@@ -43,6 +43,8 @@ TEST_F(TapTrackerTest, NamesTheControlAndWhereItIs) {
   pay->look.accessibilityLabel = " ";
   pay->look.text.clear();
   EXPECT_EQ(labelOf(pay), "Button");
+  pay->look.text = "anna@example.org";
+  EXPECT_EQ(labelOf(pay), "Button") << "nothing is left of it";
   pay->look.text = "Write to anna@example.org " + std::string(300, 'x');
   EXPECT_EQ(labelOf(pay).substr(0, 20), "Write to [redacted] ");
   EXPECT_EQ(taps_[0].label.size(), TapTracker::kLongestLabel);
