@@ -24,15 +24,12 @@ enum class Trait : std::uint8_t {
   accessible,  // what QML's Accessible says of an item
   animation,   //
   button,      //
-  cellMark,    // what an item view hangs on its delegates
   comboBox,    //
   container,   // of pages or buttons, which it arranges by a list
   control,     // of Qt Quick: lays out a background and a content
   effect,      // paints other items once more
-  flickable,   //
   gradient,    //
   groupBox,    //
-  image,       //
   indicator,   // turns while something loads
   item,        // Qt Quick's simplest
   itemView,    // a list whose cells stand in its content item
@@ -41,7 +38,6 @@ enum class Trait : std::uint8_t {
   mouseArea,   //
   pathView,    // a list whose cells stand in it
   pen,         //
-  popup,       // no item
   popupItem,   // stands for a popup, which is no item
   rectangle,   //
   spinBox,     //
@@ -52,9 +48,6 @@ enum class Trait : std::uint8_t {
   toolBar,     //
   opaque,      // of Widgets: holds what can't be walked
   pages,       // a container of whole pages, which are swiped through
-  scrollArea,  // of Widgets
-  stack,       // of Widgets
-  widget,      // of Widgets: the simplest
 };
 
 /// What is read of Qt Quick's own classes, whose C++ side is not public.

@@ -17,7 +17,6 @@ class OwnEvents final : public QObject {
   int tasks = 0;   // turns of the main executor
   int looks = 0;   // at the screens in sight
   int others = 0;  // of any other object of the library's
-  int all() const { return tasks + looks + others; }
 
   bool eventFilter(QObject* receiver, QEvent* event) override {
     const std::string_view type = typeid(*receiver).name();

@@ -37,7 +37,6 @@ class QuickScene {
   QQuickWindow& window() { return *window_; }
   /// By its objectName, anywhere in the window.
   QQuickItem* item(const QString& name);
-  QQmlEngine& engine() { return engine_; }
 
  private:
   QQmlEngine engine_;
