@@ -25,6 +25,8 @@ using Objects = std::vector<Properties>;
 
 // Milliseconds between a page's coming and its being seen.
 constexpr std::int64_t kTolerance = 1000;
+// A picture is taken once a screen has rested for 1.5 s.
+constexpr std::chrono::milliseconds kPace{2000};
 
 /// As a visitor would tell what they pressed.
 const std::vector<std::string> kTaps = {
@@ -257,7 +259,7 @@ void VisitTest::expectNowhere(const PocketShop& shop, const std::string& kept) {
 }
 
 TEST_F(VisitTest, IsToldAsTheVisitorSawItAndWithoutWhatIsTheirs) {
-  PocketShop shop(program_, collector_.address(), data_.path(), std::chrono::milliseconds(2400));
+  PocketShop shop(program_, collector_.address(), data_.path(), kPace);
   ASSERT_TRUE(shop.comesBy(12)) << shop.said();  // they have paid
   std::string kept = bytesOnDisk();
   shop.expectEnd();
