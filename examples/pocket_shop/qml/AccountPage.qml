@@ -22,17 +22,17 @@ ShopPage {
             implicitHeight: who.implicitHeight + 2 * Theme.gap
             ColumnLayout {
                 id: who
+                objectName: "customer"
                 x: Theme.gap
                 y: Theme.gap
                 width: parent.width - 2 * Theme.gap
                 spacing: 4
+                Zarn.redact: true
                 Label {
-                    objectName: "customerName"
                     text: Customer.name
                     font.pixelSize: Theme.large
                     font.weight: Font.DemiBold
                     color: Theme.ink
-                    Zarn.redact: true
                 }
                 Label {
                     text: Customer.email
@@ -40,12 +40,10 @@ ShopPage {
                     color: Theme.faint
                 }
                 Label {
-                    objectName: "customerAddress"
                     Layout.topMargin: 8
                     text: Customer.address
                     font.pixelSize: Theme.small
                     color: Theme.ink
-                    Zarn.redact: true
                 }
             }
         }

@@ -2,6 +2,7 @@ import QtQuick
 import QtQuick.Controls.Basic
 import QtQuick.Layouts
 import PocketShop
+import Zarn
 
 ShopPage {
     id: page
@@ -40,6 +41,7 @@ ShopPage {
             Layout.fillWidth: true
             placeholderText: qsTr("E-mail")
             inputMethodHints: Qt.ImhEmailCharactersOnly
+            Zarn.redact: true
         }
         ShopField {
             id: password
