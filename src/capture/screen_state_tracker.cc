@@ -25,9 +25,10 @@ void ScreenStateTracker::appeared(const platform::Screen& screen, model::ScreenS
 }
 
 void ScreenStateTracker::layoutChanged(const platform::Screen& screen) {
-  if (scrolling_.isScrolling()) return;
   Memory& memory = remembered(screen);
   if (memory.isSystem) return;
+  // Scrolling moves what is there; a screen that has just come still loads meanwhile.
+  if (scrolling_.isScrolling() && !memory.toldState) return;
   memory.dueAt = clock_.monotonic() + kRest;
   if (std::exchange(memory.isPending, true)) return;
   checkAfter(kRest, screen.id());

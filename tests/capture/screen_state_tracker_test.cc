@@ -134,6 +134,21 @@ TEST_F(ScreenStateTrackerTest, WhatMovesWhileTheUserScrollsDoesNotCount) {
   EXPECT_EQ(told.size(), 1u);
 }
 
+TEST_F(ScreenStateTrackerTest, WhatLoadsRightAfterAScrollIsTold) {
+  const Page home = page("Home", 2), cart = page("Cart", 3);
+  const auto spinner =
+      ui.node({.kind = platform::ViewKind::activityIndicator, .isAnimating = true});
+  cart.screen->look.view->add(spinner);
+  ui.input.beginScroll(home.button);
+  ui.input.endScroll(home.button);
+  ui.screens.appear(cart.screen);
+  ASSERT_EQ(names(), (std::vector<std::string>{"Cart"}));
+  cart.screen->look.view->remove(spinner);
+  settle(cart);
+  ASSERT_EQ(told.size(), 2u);
+  EXPECT_EQ(told[1].text("screen_state"), "\"normal\"");
+}
+
 TEST_F(ScreenStateTrackerTest, LooksOnlyAtWhatIsInSight) {
   const Page home = page("Home", 2);
   settle(home);
