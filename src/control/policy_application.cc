@@ -61,11 +61,12 @@ void PolicyApplication::apply(const PolicyAnswer& answer) {
   logWhatIsOff(policy);
   applyNetwork(policy);
   applyPush(policy.push);
-  tell(targets_.setScreenshots, policy.screenshots);
   if (!model::allows(policy.screenshots, &model::ScreenshotsConfig::enabled)) {
     log_.debug({"[Zarn] Remote config: screenshots disabled"});
   }
   replay_.apply(model::resolveReplayPolicy(policy.replay), answer);
+  // A picture counts for the settings that it began under: what is to be masked comes before them.
+  tell(targets_.setScreenshots, policy.screenshots);
 }
 
 void PolicyApplication::logWhatIsOff(const model::RemoteDataCollectionConfig& policy) const {
