@@ -18,7 +18,10 @@ void Pipeline::wireScreenshots() {
                                .guard = guard,
                                .redaction = redactionEngine},
       capture::ScreenshotHooks{
-          .mayCollect = [this] { return mayCollect(); },
+          .mayCollect =
+              [this] {
+                return mayCollect() && runState.current() == model::LifecycleState::running;
+              },
           .stateOf =
               [this](const platform::View& view) {
                 return capture->observer().observe(view).state;

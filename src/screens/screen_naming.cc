@@ -145,7 +145,8 @@ std::vector<model::NameCandidate> ScreenNaming::makeCandidates(const platform::S
   add(bestTopLabel(tree_), Source::topLabel, 0.65);
   add(readableName(tapLineage), Source::tapLineage, 0.55);
   const std::string_view classText = screen.classText(arena_);
-  if (isHumanTypeName(classText)) {
+  // The toolkit's own class says nothing of the screen.
+  if (!screen.facts().isHosted && isHumanTypeName(classText)) {
     add(std::string(withoutControllerSuffix(classText)), Source::viewControllerType, 0.30);
   }
   return candidates;

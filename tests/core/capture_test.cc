@@ -232,6 +232,23 @@ TEST_F(ClientCaptureTest, ThePolicySaysOfWhichScreensThereAreNoPictures) {
   EXPECT_EQ(host_.ui.windows.draws, 0) << "switched off meanwhile";
 }
 
+TEST_F(ClientCaptureTest, AsksForNoPictureWhileTheServerFails) {
+  client_.run();
+  client_->track("refused", {});
+  client_->flush();
+  settle();
+  while (host_.log.count("[Zarn] Entering recovery: batch_cooldown") == 0) {
+    ASSERT_EQ(host_.http.waitingCount("/batch"), 1u);
+    host_.http.answer("/batch", 503);
+    settle();
+    host_.dispatch.advance(120.0);
+  }
+  const int before = host_.http.countOf(kCheck);
+  appear(page("Home"));
+  host_.dispatch.advance(3.0);
+  EXPECT_EQ(host_.http.countOf(kCheck), before);
+}
+
 // The two come with different answers, in any order.
 TEST_F(ClientCaptureTest, TakesPicturesOnceThereAreAPolicyAndTheAppsId) {
   for (const bool isPolicyFirst : {true, false}) {

@@ -238,6 +238,7 @@ TEST_F(Naming, OffersCandidates) {
 
   const ScreenPtr nothing = ui.screen({.classText = "_Host<AnyView>"});
   EXPECT_TRUE(candidatesOf(nothing).empty());
+  EXPECT_TRUE(candidatesOf(hosted(page({}), {.classText = "Page"})).empty());
 }
 
 TEST_F(Naming, SystemScreensAreKnownByKindAndByClass) {
