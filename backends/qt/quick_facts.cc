@@ -21,23 +21,6 @@ bool holdsCells(const QQuickItem& list) {
   return trait != Trait::container && trait != Trait::pages && trait != Trait::tabBar;
 }
 
-/// Whether the item is a delegate, and no header, footer or highlight, of a list.
-bool isCell(const QQuickItem& item) {
-  const QQuickItem* const parent = item.parentItem();
-  if (parent == nullptr) return false;
-  const ClassFacts around = classOf(*parent);
-  if (around.trait == Trait::pathView) return true;
-  if (around.trait != Trait::item || parent->parentItem() == nullptr) return false;
-  const QQuickItem& list = *parent->parentItem();
-  const ClassFacts type = classOf(list);
-  if (type.trait != Trait::itemView || !holdsCells(list)) return false;
-  for (const Property other :
-       {Property::headerItem, Property::footerItem, Property::highlightItem}) {
-    if (type.read<QQuickItem*>(list, other) == &item) return false;
-  }
-  return type.read<QQuickItem*>(list, Property::contentItem) == parent;
-}
-
 ViewKind kindOfList(const QQuickItem& list) {
   const QQuickItem* const around = list.parentItem();
   if (around != nullptr && classOf(*around).trait == Trait::pages) return ViewKind::scroll;
@@ -116,6 +99,22 @@ base::Rect paintedBeyond(const QQuickItem& item) {
 }
 
 }  // namespace
+
+bool isCell(const QQuickItem& item) {
+  const QQuickItem* const parent = item.parentItem();
+  if (parent == nullptr) return false;
+  const ClassFacts around = classOf(*parent);
+  if (around.trait == Trait::pathView) return true;
+  if (around.trait != Trait::item || parent->parentItem() == nullptr) return false;
+  const QQuickItem& list = *parent->parentItem();
+  const ClassFacts type = classOf(list);
+  if (type.trait != Trait::itemView || !holdsCells(list)) return false;
+  for (const Property other :
+       {Property::headerItem, Property::footerItem, Property::highlightItem}) {
+    if (type.read<QQuickItem*>(list, other) == &item) return false;
+  }
+  return type.read<QQuickItem*>(list, Property::contentItem) == parent;
+}
 
 void eachHanging(const QQuickItem& item,
                  base::FunctionRef<bool(const QObject&, const ClassFacts&)> visit) {

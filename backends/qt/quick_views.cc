@@ -15,8 +15,6 @@
 namespace zarn::qt {
 namespace {
 
-using platform::ViewKind;
-
 QQuickItem& itemAt(platform::ViewToolkit::Node node) {
   return *static_cast<QQuickItem*>(node);
 }
@@ -61,8 +59,7 @@ class QuickViews final : public platform::ViewToolkit {
     return toArena(itemAt(node).objectName(), arena);
   }
   std::string_view reuseIdentifier(Node node, base::TextArena& arena) override {
-    if (facts(node).kind != ViewKind::cell) return {};
-    return qt::classText(itemAt(node), arena);
+    return isCell(itemAt(node)) ? qt::classText(itemAt(node), arena) : std::string_view();
   }
   std::string_view selectedTabTitle(Node node, base::TextArena& arena) override {
     return quickTabTitle(itemAt(node), arena);
@@ -112,7 +109,7 @@ void QuickViews::eachVisibleCell(Node node, Visit visit) {
         child->isVisible() &&
         child->mapRectToItem(&list, QRectF(0, 0, child->width(), child->height()))
             .intersects(shown);
-    if (isInSight && quickFacts(*child).kind == ViewKind::cell) cells.append(child);
+    if (isInSight && isCell(*child)) cells.append(child);
   }
   // They stand in the order in which they were made, or made use of once more.
   std::ranges::sort(cells, {},

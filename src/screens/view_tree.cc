@@ -71,11 +71,12 @@ class ViewTree::Builder {
     });
   }
 
-  bool isCell(const platform::View& view, const platform::ViewFacts& facts,
-              std::size_t firstCell) const {
+  bool isCell(const platform::View& view, const platform::ViewFacts& facts, std::size_t firstCell) {
     const auto begin = tree_.cells_.begin() + static_cast<std::ptrdiff_t>(firstCell);
+    // A row may be a mere label, and be ready without being in sight.
     return facts.kind == platform::ViewKind::cell ||
-           std::find(begin, tree_.cells_.end(), view) != tree_.cells_.end();
+           std::find(begin, tree_.cells_.end(), view) != tree_.cells_.end() ||
+           !view.reuseIdentifier(tree_.arena_).empty();
   }
 
   ViewTree& tree_;
