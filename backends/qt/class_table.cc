@@ -22,6 +22,7 @@ constexpr KnownClass kClasses[] = {
     {"QGradient", ViewKind::other, Trait::gradient},
     {"QGraphicsView", ViewKind::other, Trait::opaque},
     {"QGroupBox", ViewKind::plain, Trait::groupBox},
+    {"QHeaderView", ViewKind::other, Trait::none},
     {"QLabel", ViewKind::label, Trait::label},
     {"QLineEdit", ViewKind::textField, Trait::textInput},
     {"QPlainTextEdit", ViewKind::textView, Trait::textEdit},

@@ -1,6 +1,7 @@
 #include "qt/widget_facts.h"
 
 #include <QAbstractButton>
+#include <QAbstractItemView>
 #include <QComboBox>
 #include <QGraphicsOpacityEffect>
 #include <QGroupBox>
@@ -74,7 +75,8 @@ bool acceptsTextInput(const QWidget& widget, const ClassFacts& type) {
   if (const auto* edit = as<QPlainTextEdit>(widget)) return !edit->isReadOnly();
   if (const auto* box = as<QAbstractSpinBox>(widget)) return !box->isReadOnly();
   if (const auto* combo = as<QComboBox>(widget)) return combo->isEditable();
-  if (type.kind == ViewKind::list && type.isToolkits) return false;  // it edits its rows in fields
+  // It edits its rows in fields.
+  if (type.isToolkits && as<QAbstractItemView>(widget) != nullptr) return false;
   return widget.testAttribute(Qt::WA_InputMethodEnabled);
 }
 

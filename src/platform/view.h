@@ -133,6 +133,9 @@ class ViewToolkit {
   virtual void eachChild(Node node, Visit visit) = 0;
   /// Of a list: the cells that are in sight.
   virtual void eachVisibleCell(Node node, Visit visit) = 0;
+  /// Of a list: whether it has rows that it paints itself, of which no cell tells. May run code of
+  /// the app.
+  virtual bool drawsRows(Node) { return false; }
   virtual Node parent(Node node) = 0;  // null at the top
   /// The top node of its window; null while it is in none.
   virtual Node window(Node node) = 0;
@@ -195,6 +198,7 @@ class View {
     toolkit_->eachVisibleCell(node_,
                               [&](ViewToolkit::Node node) { return visit(View(*toolkit_, node)); });
   }
+  bool drawsRows() const { return toolkit_->drawsRows(node_); }
   View parent() const { return {*toolkit_, toolkit_->parent(node_)}; }
   View window() const { return {*toolkit_, toolkit_->window(node_)}; }
   /// In `root`'s coordinates, which is a view of the same window.

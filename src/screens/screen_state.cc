@@ -91,7 +91,7 @@ bool hasRows(const ViewTree& tree, Index list) {
     if (tree[list].facts.kind == Kind::list || node.depth > tree[list].depth + 1) continue;
     if (node.facts.kind == Kind::cell || node.traits.looksLikeRow) return true;
   }
-  return false;
+  return tree[list].view.drawsRows();
 }
 
 bool hasControl(const ViewTree& tree, Index index) {

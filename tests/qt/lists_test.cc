@@ -1,7 +1,12 @@
 // What is told of a screen by the lists on it.
 #include <gtest/gtest.h>
 
+#include <QListWidget>
+#include <QTableWidget>
+#include <QVBoxLayout>
+
 #include "qt/quick_views.h"
+#include "qt/widget_views.h"
 #include "quick_scene.h"
 #include "screens/screen_state.h"
 #include "screens/structure_hash.h"
@@ -15,11 +20,14 @@ using testing::QuickScene;
 
 class ListsTest : public ::testing::Test {
  protected:
+  ScreenState stateOf(const platform::View& view) {
+    tree_.look(view);
+    return screens::classifyState(tree_);
+  }
   void lookAtRows(const char* delegate, int count) {
     QuickScene scene(QByteArray("ListView { width: 100; height: 100; model: ") +
                      QByteArray::number(count) + "; delegate: " + delegate + " }");
-    tree_.look(quickView(scene.window().contentItem()));
-    state_ = screens::classifyState(tree_);
+    state_ = stateOf(quickView(scene.window().contentItem()));
     hash_ = screens::structureHash(tree_);
   }
 
@@ -43,6 +51,23 @@ TEST_F(ListsTest, OfItemsHaveRowsWhateverTheRowsAreMadeOf) {
     lookAtRows(delegate, 50);
     EXPECT_EQ(hash_, few) << delegate << ", some of them ready but not in sight";
   }
+}
+
+TEST_F(ListsTest, OfWidgetsHaveTheRowsOfTheirModels) {
+  QWidget window;
+  QVBoxLayout layout(&window);
+  QListWidget list;
+  layout.addWidget(&list);
+  QTableWidget table(2, 3);
+  layout.addWidget(&table);
+  window.show();
+  EXPECT_EQ(stateOf(widgetView(&window)), ScreenState::empty);
+  list.addItem(QStringLiteral("Shoes"));
+  EXPECT_EQ(stateOf(widgetView(&window)), ScreenState::populated) << "headers are no lists";
+  QListView withoutModel;
+  layout.addWidget(&withoutModel);
+  withoutModel.show();
+  EXPECT_EQ(stateOf(widgetView(&window)), ScreenState::empty);
 }
 
 }  // namespace

@@ -35,6 +35,9 @@ TEST_F(ScreenStates, FollowTheRowsOfLists) {
   EXPECT_EQ(stateOf(page({rows()})), ScreenState::populated);
   EXPECT_EQ(stateOf(page({noRows()})), ScreenState::empty);
   EXPECT_EQ(stateOf(page({rows(), noRows()})), ScreenState::empty);
+  const NodePtr painted = noRows();
+  painted->look.drawsRows = true;
+  EXPECT_EQ(stateOf(page({painted})), ScreenState::populated);
   EXPECT_EQ(stateOf(page({deep(9, noRows())})), ScreenState::normal) << "too deep";
   EXPECT_EQ(stateOf(page({noRows()}, {.isHidden = true})), ScreenState::normal);
   const NodePtr hidden = noRows();

@@ -57,6 +57,7 @@ struct NodeLook {
   bool acceptsTextInput = false;
   bool drawsNothing = false;
   bool clipsChildren = false;
+  bool drawsRows = false;
 };
 
 struct FakeNode {

@@ -26,6 +26,7 @@ class FakeViewToolkit final : public platform::ViewToolkit {
   std::string_view selectedTabTitle(Node node, base::TextArena& arena) override;
   void eachChild(Node node, Visit visit) override;
   void eachVisibleCell(Node node, Visit visit) override;
+  bool drawsRows(Node node) override { return ask(node, &NodeLook::drawsRows); }
   Node parent(Node node) override;
   Node window(Node node) override;
   base::Rect convert(base::Rect rect, Node from, Node to) override;
