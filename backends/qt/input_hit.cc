@@ -81,7 +81,16 @@ struct HitSearch {
 };
 
 bool isOperable(const platform::ViewFacts& facts) {
-  return (facts.isControl || facts.hasTapGesture) && !facts.isDisabled && !facts.acceptsTextInput;
+  // A field may be one to read only, and is not operated by itself.
+  const bool isControl = facts.isControl && facts.kind != platform::ViewKind::textField;
+  return (isControl || facts.hasTapGesture) && !facts.isDisabled;
+}
+
+// Sliders, dials and spin boxes tell of a new value, and of no press.
+bool onlyHoldsValue(const QObject& object) {
+  const ClassFacts type = classOf(object);
+  return type.kind == platform::ViewKind::control &&
+         (type.trait == Trait::control || type.trait == Trait::spinBox);
 }
 
 // What keeps a press from reaching whatever lies behind it.
@@ -110,7 +119,7 @@ QQuickItem* faceOf(QQuickItem* area) {
 QQuickItem* controlFrom(QQuickItem* item) {
   for (int i = 0; item != nullptr && i < kMostAncestors; item = item->parentItem(), ++i) {
     const platform::ViewFacts facts = quickView(item).facts();
-    if (facts.acceptsTextInput) return nullptr;
+    if (facts.acceptsTextInput || onlyHoldsValue(*item)) return nullptr;
     if (isOperable(facts)) return faceOf(item);
     if (stopsPresses(*item)) return nullptr;
   }
@@ -120,7 +129,7 @@ QQuickItem* controlFrom(QQuickItem* item) {
 QWidget* controlFrom(QWidget* widget) {
   for (int i = 0; widget != nullptr && i < kMostAncestors; widget = widget->parentWidget(), ++i) {
     const platform::ViewFacts facts = widgetView(widget).facts();
-    if (facts.acceptsTextInput) return nullptr;
+    if (facts.acceptsTextInput || onlyHoldsValue(*widget)) return nullptr;
     if (isOperable(facts)) return widget;
     if (widget->isWindow()) return nullptr;
   }

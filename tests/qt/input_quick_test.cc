@@ -86,6 +86,29 @@ TEST(QuickInput, IsNoTapWhenTheHandMovesAway) {
   EXPECT_EQ(hands.operated, Strings{"Pay"});
 }
 
+constexpr auto kValues = R"(ApplicationWindow {
+  Rectangle { anchors.fill: parent
+    TapHandler { }
+    Slider { objectName: 'slider'; width: 200; height: 40 }
+    RangeSlider { objectName: 'range'; y: 50; width: 200; height: 40 }
+    Dial { objectName: 'dial'; y: 100; width: 40; height: 40 }
+    SpinBox { objectName: 'amount'; y: 150; width: 200; height: 40 } } })";
+
+TEST(QuickInput, IsNoOperationWhereAValueIsSet) {
+  QmlApp app(QmlApp::Documents{{"Main", kValues}});
+  Hands hands;
+  for (const auto* const name : {"slider", "range", "dial", "amount"}) {
+    app.click(name);
+    const QPoint middle = app.middleOf(name);
+    QTest::mousePress(&app.window(), Qt::LeftButton, {}, middle - QPoint(15, 0));
+    QTest::mouseMove(&app.window(), middle + QPoint(15, 0));
+    QTest::mouseRelease(&app.window(), Qt::LeftButton, {}, middle + QPoint(15, 0));
+  }
+  EXPECT_GT(app.item("slider")->property("value").toDouble(), 0);
+  EXPECT_EQ(hands.taps.size(), 4u);
+  EXPECT_EQ(hands.operated, Strings{});
+}
+
 TEST(QuickInput, CountsATouchOnce) {
   QmlApp app(QmlApp::Documents{{"Row2", kRow}, {"Main", kControls}});
   Hands hands;

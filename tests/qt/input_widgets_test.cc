@@ -6,6 +6,7 @@
 #include <QQuickWindow>
 #include <QScrollArea>
 #include <QScrollBar>
+#include <QSlider>
 #include <QTest>
 #include <QVBoxLayout>
 #include <QWindow>
@@ -121,6 +122,21 @@ TEST(WidgetInput, TellsOfTapsOnceAndOfTheControlsThatTheyOperate) {
   EXPECT_EQ(form.operated.size(), 1u);
   const auto hit = form.events.hitTest(qt::widgetView(&form), {double(send.x()), double(send.y())});
   EXPECT_EQ(qt::widgetOf(hit), &form.send);
+}
+
+TEST(WidgetInput, IsNoOperationWhereAValueIsSet) {
+  Form form;
+  QSlider slider(Qt::Horizontal, &form);
+  slider.setGeometry(20, 500, 200, 30);
+  slider.show();
+  const QPoint handle = slider.mapTo(&form, QPoint(5, 15));
+  QTest::mousePress(form.windowHandle(), Qt::LeftButton, {}, handle);
+  QTest::mouseMove(form.windowHandle(), handle + QPoint(100, 0));
+  QTest::mouseRelease(form.windowHandle(), Qt::LeftButton, {}, handle + QPoint(100, 0));
+  EXPECT_GT(slider.value(), 0);
+  form.click(slider);
+  EXPECT_EQ(form.taps.size(), 1u);
+  EXPECT_TRUE(form.operated.empty());
 }
 
 TEST(WidgetInput, TellsWhenAnAreaBeginsAndEndsToScroll) {
