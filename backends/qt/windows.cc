@@ -1,6 +1,6 @@
 #include "qt/windows.h"
 
-#include <QApplication>
+#include <QGuiApplication>
 #include <QImage>
 #include <QPainter>
 #include <QPointer>
@@ -14,6 +14,7 @@
 #include "base/fork_guard.h"
 #include "qt/animators.h"
 #include "qt/gui_thread.h"
+#include "qt/input_hit.h"
 #include "qt/quick_views.h"
 #include "qt/widget_views.h"
 
@@ -76,6 +77,15 @@ bool drawWidget(QWidget& widget, double scale, platform::Bitmap& into) {
   return true;
 }
 
+/// The one in front comes first.
+QList<QWindow*> topWindows() {
+  QList<QWindow*> windows = QGuiApplication::topLevelWindows();
+  QWindow* front = QGuiApplication::focusWindow();
+  while (front != nullptr && front->parent() != nullptr) front = front->parent();
+  if (const auto at = windows.indexOf(front); at > 0) windows.move(at, 0);
+  return windows;
+}
+
 bool isOrdinary(const QWidget& widget) {
   const Qt::WindowType type = widget.windowType();
   return type != Qt::ToolTip && type != Qt::Popup && type != Qt::Desktop;
@@ -85,17 +95,17 @@ bool isOrdinary(const QWidget& widget) {
 
 void QtWindows::each(base::FunctionRef<bool(const platform::Window&)> visit) {
   if (!onGuiThread()) return;
-  for (QWindow* const window : QGuiApplication::topLevelWindows()) {
-    auto* const quick = qobject_cast<QQuickWindow*>(window);
-    if (quick == nullptr || !quick->isVisible()) continue;
-    const auto screen = roots_.ofQuick ? roots_.ofQuick(*quick) : platform::Screen();
-    if (!visit({.view = quickView(quick->contentItem()), .screen = screen})) return;
-  }
-  if (qobject_cast<QApplication*>(QCoreApplication::instance()) == nullptr) return;
-  for (QWidget* const widget : QApplication::topLevelWidgets()) {
-    if (!widget->isVisible() || !isOrdinary(*widget)) continue;
-    const auto screen = roots_.ofWidget ? roots_.ofWidget(*widget) : platform::Screen();
-    if (!visit({.view = widgetView(widget), .screen = screen})) return;
+  for (QWindow* const window : topWindows()) {
+    if (!window->isVisible()) continue;
+    platform::Window found;
+    if (auto* const quick = qobject_cast<QQuickWindow*>(window)) {
+      found.view = quickView(quick->contentItem());
+      if (roots_.ofQuick) found.screen = roots_.ofQuick(*quick);
+    } else if (QWidget* const widget = widgetIn(*window); widget && isOrdinary(*widget)) {
+      found.view = widgetView(widget);
+      if (roots_.ofWidget) found.screen = roots_.ofWidget(*widget);
+    }
+    if (found.view && !visit(found)) return;
   }
 }
 

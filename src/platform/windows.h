@@ -34,7 +34,7 @@ struct Bitmap {
 class Windows {
  public:
   virtual ~Windows() = default;
-  /// The visible ones; `visit` returns whether to go on.
+  /// The visible ones, that which gets the keys first; `visit` returns whether to go on.
   virtual void each(base::FunctionRef<bool(const Window&)> visit) = 0;
   /// Adds a listener for the life of the process: a window has become the one that gets the keys.
   virtual void listen(std::function<void()> becameKey) = 0;

@@ -95,5 +95,28 @@ TEST(QtWindowsTest, TellsWhichWindowGetsTheKeys) {
   EXPECT_GE(told, 1);
 }
 
+TEST(QtWindowsTest, VisitsTheOneInFrontFirst) {
+  QuickScene items("color: 'white'");
+  QWidget widgets;
+  widgets.show();
+  QtWindows windows({});
+  const auto first = [&] {
+    platform::View view;
+    windows.each([&](const platform::Window& window) {
+      view = window.view;
+      return false;
+    });
+    return view;
+  };
+  for (int i = 0; i < 2; ++i) {
+    items.window().requestActivate();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(&items.window()));
+    EXPECT_EQ(first(), quickView(items.window().contentItem()));
+    widgets.activateWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(&widgets));
+    EXPECT_EQ(first(), widgetView(&widgets));
+  }
+}
+
 }  // namespace
 }  // namespace zarn::qt
