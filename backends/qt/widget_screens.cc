@@ -143,6 +143,14 @@ QWidget* containerOf(QWidget& widget) {
   return container;
 }
 
+/// As it is shown: `[*]` is the place of a mark for unsaved changes, and two of them are one.
+QString titleOf(const QWidget& widget) {
+  const QString place = QStringLiteral("[*]");
+  QStringList parts = widget.windowTitle().split(place + place);
+  for (QString& part : parts) part.remove(place);
+  return parts.join(place);
+}
+
 // Tabs are no widgets of their own.
 platform::View barView(const QWidget* container) {
   return widgetView(container != nullptr ? tabBarOf(*container) : nullptr);
@@ -173,7 +181,7 @@ std::string_view WidgetScreens::rootTypeText(Node, base::TextArena&) {
 }
 
 std::string_view WidgetScreens::title(Node node, base::TextArena& arena) {
-  return toArena(widgetOfNode(node).windowTitle(), arena);
+  return toArena(titleOf(widgetOfNode(node)), arena);
 }
 
 std::string_view WidgetScreens::navigationTitle(Node, base::TextArena&) {

@@ -102,7 +102,7 @@ TEST(WidgetScreens, AreNotNamedByPrivateTabs) {
 
 TEST(WidgetScreens, AreLaidOutAnewWhenWidgetsCome) {
   QWidget window;
-  window.setWindowTitle("Form");
+  window.setWindowTitle("Form[*]");
   auto& layout = *new QVBoxLayout(&window);
   layout.addWidget(new QLabel("Name"));
   show(window);
