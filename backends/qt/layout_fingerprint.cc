@@ -6,6 +6,7 @@
 #include <array>
 
 #include "qt/screen_classes.h"
+#include "qt/widget_facts.h"
 
 namespace zarn::qt {
 namespace {
@@ -78,6 +79,7 @@ class QuickFold {
 std::uint64_t foldWidget(const QWidget& widget, int& budget, int depth) {
   std::uint64_t hash = mixClass(kSeed, widget);
   hash = mixSize(hash, widget.width(), widget.height());
+  if (drawsRows(widget)) hash = mix(hash, 1);
   if (depth > kMaxDepth) return hash;
   for (const QObject* const object : widget.children()) {
     if (!object->isWidgetType()) continue;

@@ -1,5 +1,6 @@
 #include "qt/screen_hooks.h"
 
+#include <QAbstractItemView>
 #include <QEvent>
 #include <QGuiApplication>
 #include <QMetaMethod>
@@ -19,6 +20,11 @@ constexpr int kBetweenChangeScans = 16;
 
 bool hasScreens(QWindow* window) {
   return window != nullptr && window->isVisible() && rootOf(*window);
+}
+
+// An item view that gets its first rows paints them, and nothing else tells of them.
+bool showsRows(const QObject& painted) {
+  return painted.isWidgetType() && qobject_cast<QAbstractItemView*>(painted.parent()) != nullptr;
 }
 
 }  // namespace
@@ -60,6 +66,9 @@ bool ScreenHooks::eventFilter(QObject* receiver, QEvent* event) {
     case QEvent::ChildRemoved:
     case QEvent::LayoutRequest:
     case QEvent::Resize:
+      break;
+    case QEvent::Paint:
+      if (!showsRows(*receiver)) return false;
       break;
     default:
       return false;

@@ -200,6 +200,12 @@ TextContentType widgetContentType(QWidget& widget) {
   return stricter(found, guessByLabels(widget, arena));
 }
 
+bool drawsRows(const QWidget& widget) {
+  const auto* const list = as<QAbstractItemView>(widget);
+  return list != nullptr && list->model() != nullptr &&
+         list->model()->rowCount(list->rootIndex()) > 0;
+}
+
 std::string_view widgetText(QWidget& widget, base::TextArena& arena) {
   if (isInSecureField(widget)) return {};
   if (const auto* label = as<QLabel>(widget)) return labelText(*label, arena);

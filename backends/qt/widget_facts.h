@@ -14,6 +14,9 @@ platform::ViewFacts widgetFacts(QWidget& widget);
 platform::LayerFacts widgetLayer(const QWidget& widget);
 platform::TextContentType widgetContentType(QWidget& widget);
 
+/// Of an item view: whether its model has rows. Runs the model's code.
+bool drawsRows(const QWidget& widget);
+
 std::string_view widgetText(QWidget& widget, base::TextArena& arena);
 std::string_view widgetAccessibleName(QWidget& widget, base::TextArena& arena);
 

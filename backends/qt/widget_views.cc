@@ -59,11 +59,7 @@ class WidgetViews final : public platform::ViewToolkit {
 
   void eachChild(Node node, Visit visit) override;
   void eachVisibleCell(Node node, Visit visit) override;
-  bool drawsRows(Node node) override {
-    const auto* const list = qobject_cast<const QAbstractItemView*>(&widgetAt(node));
-    return list != nullptr && list->model() != nullptr &&
-           list->model()->rowCount(list->rootIndex()) > 0;
-  }
+  bool drawsRows(Node node) override { return qt::drawsRows(widgetAt(node)); }
   Node parent(Node node) override {
     const QWidget& widget = widgetAt(node);
     return widget.isWindow() ? nullptr : widget.parentWidget();

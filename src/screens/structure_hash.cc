@@ -99,6 +99,9 @@ class Hasher {
       last = shape;
       return true;
     });
+    if (tree_[index].facts.kind == Kind::list && tree_[index].view.drawsRows()) {
+      rows.add(static_cast<std::uint64_t>(SemanticRole::listItem));
+    }
     rows.each(fold);
   }
 

@@ -1,6 +1,7 @@
 // Which screens are told of while a person goes through an app of Widgets.
 #include <QDialog>
 #include <QLabel>
+#include <QListWidget>
 #include <QMainWindow>
 #include <QMenu>
 #include <QMessageBox>
@@ -113,6 +114,20 @@ TEST(WidgetScreens, AreLaidOutAnewWhenWidgetsCome) {
   EXPECT_EQ(journal.layouts(), atFirst);
   layout.addWidget(new QPushButton("Send"));
   EXPECT_TRUE(waitUntil([&] { return journal.layouts() > atFirst; }));
+}
+
+TEST(WidgetScreens, AreLaidOutAnewWhenAListIsFilled) {
+  QListWidget list;
+  show(list);
+  ScreenJournal journal;
+  journal.expect({"QListWidget"});
+  const int atFirst = journal.layouts();
+  list.addItem("One");
+  EXPECT_TRUE(waitUntil([&] { return journal.layouts() > atFirst; }));
+  const int filled = journal.layouts();
+  list.addItem("Two");
+  QTest::qWait(250);
+  EXPECT_EQ(journal.layouts(), filled);
 }
 
 }  // namespace

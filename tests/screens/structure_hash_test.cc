@@ -95,6 +95,13 @@ TEST_F(StructureHash, CountsRowsOfOneKindOnce) {
       << "rows without a list";
 }
 
+TEST_F(StructureHash, TellsWhetherAListDrawsRows) {
+  const NodePtr list = listOf({});
+  const std::uint64_t empty = hashOf(page({list}));
+  list->look.drawsRows = true;
+  EXPECT_NE(hashOf(page({list})), empty);
+}
+
 TEST_F(StructureHash, FindsCellsBelowTheListsOwnParts) {
   const NodePtr inside = listOf({});
   inside->add(wrapper({row("a"), ui.label("header", {0, 0, 10, 10})}));
