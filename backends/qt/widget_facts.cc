@@ -21,6 +21,7 @@
 #include "qt/content_guess.h"
 #include "qt/redaction.h"
 #include "qt/text.h"
+#include "qt/widget_effects.h"
 
 namespace zarn::qt {
 namespace {
@@ -170,6 +171,11 @@ ViewFacts widgetFacts(QWidget& widget) {
   if (facts.acceptsTextInput && facts.kind == ViewKind::plain) facts.kind = ViewKind::other;
   facts.drawsNothing = facts.kind == ViewKind::plain && type.isBare && type.trait != Trait::control;
   facts.clipsChildren = true;
+  if (const auto painted = paintedByEffect(widget)) {
+    facts.painted = *painted;
+    facts.clipsChildren = false;
+    facts.isMarkedPrivate = facts.isMarkedPrivate || holdsPrivate(widget);
+  }
   return facts;
 }
 

@@ -2,7 +2,9 @@
 // over; what isn't stays to be seen. Secrets are magenta, and nothing else is.
 #include <gtest/gtest.h>
 
+#include <QGraphicsDropShadowEffect>
 #include <QImage>
+#include <QLabel>
 #include <QTest>
 #include <algorithm>
 #include <ostream>
@@ -10,10 +12,12 @@
 
 #include "qt/image_codec.h"
 #include "qt/quick_views.h"
+#include "qt/widget_views.h"
 #include "qt/windows.h"
 #include "quick_scene.h"
 #include "redaction/cover.h"
 #include "redaction/redaction_engine.h"
+#include "zarn/qt.h"
 
 namespace zarn::qt {
 namespace {
@@ -67,8 +71,8 @@ class ScreenshotTest : public ::testing::Test {
     return asImage(bitmap);
   }
   /// In the way of those that go out, and as their readers get it.
-  QImage taken(QuickScene& scene) {
-    const platform::View window = quickView(scene.window().contentItem());
+  QImage taken(QuickScene& scene) { return taken(quickView(scene.window().contentItem())); }
+  QImage taken(const platform::View& window) {
     std::vector<base::Rect> rects;
     platform::Bitmap bitmap;
     EXPECT_TRUE(engine_.collectRects(window, window, rects));
@@ -111,6 +115,32 @@ TEST_F(ScreenshotTest, APasswordIsHiddenAlsoWhileItIsShown) {
   taken(scene);
   scene.item("field")->setProperty("echoMode", 0);
   EXPECT_EQ(count(taken(scene), isMagenta), 0);
+}
+
+/// A widget's effect paints it once more, beside it.
+TEST_F(ScreenshotTest, WhatAnEffectOfWidgetsPaintsIsHiddenAsTheWidgetIs) {
+  for (const bool isOnParent : {false, true}) {
+    QWidget window;
+    window.setFixedSize(390, 300);
+    window.setStyleSheet("background: white");
+    QWidget box(&window);
+    box.setAttribute(Qt::WA_NoSystemBackground);
+    box.setStyleSheet("background: transparent");
+    box.setGeometry(0, 0, 390, 300);
+    QLabel label("Fyrstikkbakken", &box);
+    label.setStyleSheet("font-size: 30px; color: #ff00ff");
+    label.setGeometry(20, 40, 300, 40);
+    auto* const shadow = new QGraphicsDropShadowEffect;
+    shadow->setOffset(0, 60);
+    shadow->setBlurRadius(1);
+    shadow->setColor("#ff00ff");
+    (isOnParent ? box : static_cast<QWidget&>(label)).setGraphicsEffect(shadow);
+    window.show();
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(&window));
+    EXPECT_GT(count(taken(widgetView(&window)), isMagenta), 100) << "there is nothing to hide";
+    setRedacted(label, true);
+    EXPECT_EQ(count(taken(widgetView(&window)), isMagenta), 0) << isOnParent;
+  }
 }
 
 /// Animators move pictures and not items: nobody can tell where things are.
