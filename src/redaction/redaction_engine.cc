@@ -14,7 +14,7 @@ using platform::View;
 using platform::ViewFacts;
 using platform::ViewKind;
 
-constexpr double kLeastAlpha = 0.1;  // below it nothing is seen
+constexpr double kLeastAlpha = 1.0 / 512;  // what is fainter changes no pixel
 // One look stays far below a frame's time; what is deeper or beyond is covered unseen.
 constexpr int kMostViews = 8000;
 constexpr int kMostLevels = 200;

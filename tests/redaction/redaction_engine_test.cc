@@ -109,15 +109,18 @@ TEST_F(RedactionEngineTest, RectanglesAreWhatIsToBeSeen) {
   const NodePtr hidden = secret({0, 0, 10, 10});
   hidden->look.isHidden = true;
   const NodePtr faint = secret({0, 0, 10, 10});
-  faint->look.alpha = 0.05;
+  faint->look.alpha = 0.001;
+  const NodePtr pale = secret({0, 600, 10, 10});
+  pale->look.alpha = 0.05;
   const NodePtr inside = ui_.secureField({5, 5, 10, 10});
   const NodePtr around = ui_.node({.frame = {0, 200, 50, 50}, .isMarkedPrivate = true}, {inside});
   const NodePtr list = ui_.node({.frame = {0, 300, 390, 100}, .clipsChildren = true},
                                 {secret({0, -10, 50, 30}), secret({0, 100, 50, 30})});
-  const NodePtr top =
-      root({half, hidden, faint, around, list, secret({400, 0, 50, 50}), secret({10, 500, 0, 20})});
+  const NodePtr top = root({half, hidden, faint, around, list, secret({400, 0, 50, 50}),
+                            secret({10, 500, 0, 20}), pale});
   EXPECT_EQ(rectsIn(top),
-            (std::vector<Rect>{{380, 100, 10, 20}, {0, 200, 50, 50}, {0, 300, 50, 20}}));
+            (std::vector<Rect>{
+                {380, 100, 10, 20}, {0, 200, 50, 50}, {0, 300, 50, 20}, {0, 600, 10, 10}}));
 }
 
 TEST_F(RedactionEngineTest, NoPictureDependsOnASecret) {
