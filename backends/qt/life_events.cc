@@ -61,6 +61,10 @@ void QtLifeEvents::changing() {
 }
 
 void QtLifeEvents::look() {
+  {
+    base::MutexLock lock(mutex_);
+    if (!listener_) return;  // to be told once there is one
+  }
   const Phase now = isAppInFront() ? Phase::front : Phase::back;
   if (now == phase_ || (now == Phase::back && phase_ == Phase::launching)) return;
   const Phase before = std::exchange(phase_, now);

@@ -63,6 +63,16 @@ TEST_F(QtLifeEventsTest, TheAppIsInFrontWhileAWindowCanBeSeen) {
   EXPECT_EQ(takeTold(), Told{});
 }
 
+TEST_F(QtLifeEventsTest, AnAppThatIsInFrontAlreadyIsToldToWhoeverComesLater) {
+  life_.stop();
+  QWindow window;
+  window.show();
+  EXPECT_EQ(takeTold(), Told{});
+  life_.start([this](LifeEvent event) { told_.push_back(event); });
+  QCoreApplication::processEvents();
+  EXPECT_EQ(takeTold(), Told{LifeEvent::didBecomeActive});
+}
+
 TEST_F(QtLifeEventsTest, TheEndIsToldOnceWhicheverWayItComes) {
   life_.terminate();
   EXPECT_EQ(told_, Told{LifeEvent::willTerminate});
