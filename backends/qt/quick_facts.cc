@@ -23,7 +23,7 @@ bool holdsCells(const QQuickItem& list) {
 
 ViewKind kindOfList(const QQuickItem& list) {
   const QQuickItem* const around = list.parentItem();
-  if (around != nullptr && classOf(*around).trait == Trait::pages) return ViewKind::scroll;
+  if (around != nullptr && classOf(*around).trait == Trait::pages) return ViewKind::plain;
   return holdsCells(list) ? ViewKind::list : ViewKind::plain;
 }
 

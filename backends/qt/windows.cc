@@ -110,6 +110,7 @@ void QtWindows::each(base::FunctionRef<bool(const platform::Window&)> visit) {
 }
 
 void QtWindows::listen(std::function<void()> becameKey) {
+  if (qGuiApp == nullptr) return;  // has gone already
   QObject::connect(qGuiApp, &QGuiApplication::focusWindowChanged, qGuiApp,
                    [becameKey = std::move(becameKey)](QWindow* window) {
                      if (window != nullptr && onGuiThread()) becameKey();

@@ -53,6 +53,12 @@ TEST_F(ListsTest, OfItemsHaveRowsWhateverTheRowsAreMadeOf) {
   }
 }
 
+TEST_F(ListsTest, OfPagesAreNone) {
+  QuickScene scene(
+      "SwipeView { width: 100; height: 100; Label { text: 'One' } Label { text: 'Two' } }");
+  EXPECT_EQ(stateOf(quickView(scene.window().contentItem())), ScreenState::normal);
+}
+
 TEST_F(ListsTest, OfWidgetsHaveTheRowsOfTheirModels) {
   QWidget window;
   QVBoxLayout layout(&window);
