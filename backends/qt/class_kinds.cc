@@ -60,6 +60,8 @@ std::string_view shortName(std::string_view name) {
   constexpr std::string_view kQuick = "QQuick";
   if (name.starts_with(kQuick) && startsUpperCase(name.substr(kQuick.size()))) {
     name.remove_prefix(kQuick.size());
+    constexpr std::string_view kForQml = "QmlImpl";  // of a Window, as QML makes it
+    if (name.ends_with(kForQml)) name.remove_suffix(kForQml.size());
   }
   return name;
 }

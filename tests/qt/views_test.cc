@@ -54,7 +54,11 @@ TEST_F(QuickViewsTest, NamesClassesAsDevelopersDo) {
     CartPage { objectName: "cart"; property int more: 1 }
     Page { objectName: "page" }
     Text { objectName: "text" }
+    Window { objectName: "window" }
     Rectangle { objectName: "inline"; property int more: 1 })");
+  const auto* const window = scene.window().contentItem()->findChild<QWindow*>("window");
+  ASSERT_NE(window, nullptr);
+  EXPECT_EQ(qt::classText(*window, arena), "Window");
   EXPECT_EQ(classText(view(scene, "cart")), "CartPage");
   EXPECT_EQ(classText(view(scene, "page")), "Page");
   EXPECT_EQ(classText(view(scene, "text")), "Text");
