@@ -177,6 +177,12 @@ std::string_view classText(const QObject& object, base::TextArena& arena) {
   return arena.copy(entryOf(*object.metaObject()).text);
 }
 
+bool mayBeMasked(platform::ViewKind kind) {
+  using platform::ViewKind;
+  return kind == ViewKind::web || kind == ViewKind::media || kind == ViewKind::map ||
+         kind == ViewKind::textField || kind == ViewKind::textView;
+}
+
 bool isKindOf(const QObject& object, std::string_view className) {
   for (const QMetaObject* at = object.metaObject(); at != nullptr; at = at->superClass()) {
     const std::string_view name = at->className();

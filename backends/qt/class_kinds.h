@@ -127,6 +127,9 @@ ClassFacts classOf(const QObject& object);
 /// shop::CartPage, `Text` for QQuickText. GUI thread.
 std::string_view classText(const QObject& object, base::TextArena& arena);
 
+/// Whether views of this kind are masked under some policy, with all that they show.
+bool mayBeMasked(platform::ViewKind kind);
+
 /// Whether its class or one that it derives from has this name, be it Qt's or the developer's.
 bool isKindOf(const QObject& object, std::string_view className);
 

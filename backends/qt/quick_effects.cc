@@ -18,9 +18,8 @@ constexpr int kMostProperties = 32;
 bool holdsPrivate(const QQuickItem& item, int& budget) {
   if (--budget < 0 || isMarkedPrivate(item)) return true;
   const ClassFacts type = classOf(item);
-  if (type.kind == ViewKind::web || type.kind == ViewKind::media || type.kind == ViewKind::map ||
-      type.kind == ViewKind::textField || type.kind == ViewKind::textView ||
-      type.trait == Trait::keyboard || (item.flags() & QQuickItem::ItemAcceptsInputMethod)) {
+  if (mayBeMasked(type.kind) || type.trait == Trait::keyboard ||
+      (item.flags() & QQuickItem::ItemAcceptsInputMethod)) {
     return true;
   }
   const QList<QQuickItem*> children = item.childItems();

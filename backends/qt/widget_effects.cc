@@ -12,8 +12,6 @@
 namespace zarn::qt {
 namespace {
 
-using platform::ViewKind;
-
 constexpr int kMostWidgets = 200;
 /// Of an effect that the app has made: nobody can tell.
 constexpr base::Rect kAnywhere{-1e6, -1e6, 2e6, 2e6};
@@ -23,17 +21,12 @@ bool isExactly(const QGraphicsEffect& effect) {
   return effect.metaObject() == &Effect::staticMetaObject;
 }
 
-bool isMaskedKind(ViewKind kind) {
-  return kind == ViewKind::web || kind == ViewKind::media || kind == ViewKind::map ||
-         kind == ViewKind::textField || kind == ViewKind::textView;
-}
-
 bool holdsPrivate(const QWidget& widget, int& budget) {
   if (--budget < 0) return true;
   const ClassFacts type = classOf(widget);
   const ObjectNote* const note = noteOf(widget);
   if ((note != nullptr && note->isPrivate) || type.trait == Trait::opaque ||
-      isMaskedKind(type.kind) || widget.testAttribute(Qt::WA_InputMethodEnabled)) {
+      mayBeMasked(type.kind) || widget.testAttribute(Qt::WA_InputMethodEnabled)) {
     return true;
   }
   for (const QObject* const child : widget.children()) {
