@@ -9,19 +9,45 @@
 
 namespace zarn::desktop {
 
+// One thread at a time: of two that both find room in a pipe, one could take all of it.
 void DescriptorLog::write(std::string_view line) {
-  // One at a time: of two threads that both find room in a pipe, one could take all of it.
-  if (writing_.test_and_set(std::memory_order_acquire)) {
-    ++dropped_;
-    return;
+  if (!begins(line)) return;
+  writeOrDrop(line);
+  for (auto lines = takeLinesOfOthers(); !lines.empty(); lines = takeLinesOfOthers()) {
+    for (const std::string& other : lines) writeOrDrop(other);
   }
+}
+
+bool DescriptorLog::begins(std::string_view line) {
+  base::MutexLock lock(mutex_);
+  if (!isWriting_) {
+    takenOver_ = 0;
+    return isWriting_ = true;
+  }
+  if (takenOver_ < kLinesOfOthers) {
+    ++takenOver_;
+    ofOthers_.emplace_back(line.substr(0, PIPE_BUF));
+  } else {
+    ++dropped_;
+  }
+  return false;
+}
+
+std::vector<std::string> DescriptorLog::takeLinesOfOthers() {
+  std::vector<std::string> lines;
+  base::MutexLock lock(mutex_);
+  lines.swap(ofOthers_);
+  isWriting_ = !lines.empty();
+  return lines;
+}
+
+void DescriptorLog::writeOrDrop(std::string_view line) {
   if (!writeNow(line)) {
     ++dropped_;
   } else if (const unsigned dropped = dropped_) {
     const std::string report = "[Zarn] " + std::to_string(dropped) + " log lines were dropped";
     if (writeNow(report)) dropped_ -= dropped;
   }
-  writing_.clear(std::memory_order_release);
 }
 
 void DescriptorLog::debug(std::string_view line) {

@@ -8,6 +8,7 @@
 #include <atomic>
 #include <chrono>
 #include <set>
+#include <sstream>
 #include <string>
 #include <thread>
 #include <vector>
@@ -163,6 +164,33 @@ TEST(Log, ThreadsThatRaceForTheLastRoomDoNotWait) {
   EXPECT_NE(text.find(" log lines were dropped\n"), std::string::npos) << text;
   log.write("[Zarn] once");
   EXPECT_EQ(pipe.take(), "[Zarn] once\n");
+}
+
+TEST(Log, ThreadsThatWriteAtTheSameTimeLoseNoLine) {
+  ReadPipe pipe;
+  DescriptorLog log(pipe.in());
+  constexpr int kLines = 100;
+  for (int round = 0; round < 20; ++round) {
+    std::atomic<int> ready = 0;
+    const auto say = [&](const std::string& name) {
+      for (++ready; ready < 2;) {
+      }
+      for (int i = 0; i < kLines; ++i) log.write(name + std::to_string(i));
+    };
+    std::thread other([&] { say("other "); });
+    say("one ");
+    other.join();
+    const std::string text = pipe.take();
+    for (const char* name : {"one ", "other "}) {
+      std::string ofOne, expected;
+      std::istringstream lines(text);
+      for (std::string line; std::getline(lines, line);) {
+        if (line.rfind(name, 0) == 0) ofOne += line + "\n";
+      }
+      for (int i = 0; i < kLines; ++i) expected += name + std::to_string(i) + "\n";
+      EXPECT_EQ(ofOne, expected) << "in round " << round;
+    }
+  }
 }
 
 TEST(Log, DebugLinesAreForHostsThatAskedForThem) {

@@ -76,6 +76,7 @@ class EgressTest : public ::testing::Test {
   }
   void end(OrderedHost& host) {
     host.exit();
+    EXPECT_EQ(host.said().find(" log lines were dropped"), std::string::npos);
     logged_ += host.said();
   }
   /// A launch that plants everything while the server takes no events. `planted` is called before

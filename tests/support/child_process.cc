@@ -100,6 +100,8 @@ ChildProcess::ChildProcess(const std::string& program, const Options& options) {
   close(ends[1]);
   outputFd_ = ends[0];
   fcntl(outputFd_, F_SETFL, O_NONBLOCK);
+  // A log drops what its reader leaves no room for, and a test may get little time to read.
+  fcntl(outputFd_, F_SETPIPE_SZ, 1 << 20);
   if (pid_ > 0) pidFd_ = static_cast<int>(syscall(SYS_pidfd_open, pid_, 0));
   if (pidFd_ < 0) throw std::runtime_error("no child process");
 }
