@@ -1,15 +1,21 @@
 #include "qt/redaction.h"
 
+#include <QList>
 #include <QObject>
 #include <QPointer>
 #include <QQuickItem>
 #include <QQuickWindow>
 #include <QThread>
+#include <QVarLengthArray>
 #include <QWidget>
+#include <algorithm>
 #include <unordered_map>
 
 #include "base/fork_guard.h"
 #include "qt/class_kinds.h"
+#include "qt/input_hit.h"
+#include "qt/quick_facts.h"
+#include "qt/screen_classes.h"
 #include "zarn/qt.h"
 
 namespace zarn::qt {
@@ -25,6 +31,7 @@ struct Kept {
 struct Notes {
   std::unordered_map<const QObject*, Kept> all;
   bool hasPrivate = false;  // ever
+  QList<QPointer<QQuickItem>> privateRepeaters;
 };
 
 Notes& notes() {
@@ -37,6 +44,19 @@ bool isNotedPrivate(const QObject& object) {
   return note != nullptr && note->isPrivate;
 }
 
+/// A repeater shows nothing itself: what it makes lies beside it.
+bool holdsPrivateRepeater(const QQuickItem& item) {
+  return std::ranges::any_of(notes().privateRepeaters, [&](const QPointer<QQuickItem>& repeater) {
+    return repeater != nullptr && repeater->parentItem() == &item && isNotedPrivate(*repeater);
+  });
+}
+
+bool isMarked(const QObject& object) {
+  if (isNotedPrivate(object)) return true;
+  const auto* const item = qobject_cast<const QQuickItem*>(&object);
+  return item != nullptr && holdsPrivateRepeater(*item);
+}
+
 /// Popups are no items: one stands for them when they are open, outside of what opens them.
 const QObject* popupOf(const QQuickItem& item) {
   const QObject* const popup = item.parent();
@@ -44,24 +64,70 @@ const QObject* popupOf(const QQuickItem& item) {
   return !isOrdinary && classOf(item).trait == Trait::popupItem ? popup : nullptr;
 }
 
-const QQuickItem* openerOf(const QObject& popup) {
-  return qobject_cast<const QQuickItem*>(popup.parent());
+/// What a secret is chosen from may tell it.
+bool holdsSecret(QQuickItem& item) {
+  return isSecure(item, classOf(item)) || platform::isForSecrets(quickContentType(item));
 }
 
-/// Apart from what opens it.
-bool isMarkedItself(const QQuickItem& item) {
-  if (isNotedPrivate(item)) return true;
-  if (item.parentItem() == nullptr) {
-    return item.window() != nullptr && isNotedPrivate(*item.window());
+/// Looks for a mark upwards from a view, also where what it lies in was opened by something else:
+/// popups and windows stand apart from what they were declared in and from what they are shown at.
+/// A tip that all items share was declared in none of them, a menu within a menu in no item.
+class MarkSearch {
+ public:
+  /// True also when there is too much to look at.
+  bool findsFrom(const QObject* at) {
+    while (at != nullptr) {
+      if (--steps_ < 0 || isMarked(*at)) return true;
+      if (const auto* const item = qobject_cast<const QQuickItem*>(at)) {
+        const QObject* const popup = popupOf(*item);
+        if (popup != nullptr && findsFrom(popup)) return true;
+        at = item->parentItem();
+        if (at == nullptr) at = item->window();
+      } else if (const auto* const widget = qobject_cast<const QWidget*>(at)) {
+        at = widget->parentWidget();
+      } else {
+        return findsAtOpenersOf(*at);
+      }
+    }
+    return false;
   }
-  const QObject* const popup = popupOf(item);
-  return popup != nullptr && isNotedPrivate(*popup);
+
+ private:
+  /// Of a popup or a window.
+  bool findsAtOpenersOf(const QObject& opened) {
+    // One may have been put into what it opens.
+    if (std::ranges::find(asked_, &opened) != asked_.end()) return false;
+    asked_.append(&opened);
+    if (findsFrom(opened.parent())) return true;
+    if (const auto* const window = qobject_cast<const QQuickWindow*>(&opened)) {
+      return findsFrom(window->transientParent());
+    }
+    if (const auto* const window = qobject_cast<const QWindow*>(&opened)) {
+      return findsFrom(widgetIn(*window));
+    }
+    auto* const shownAt = toolkitProperty(opened, "parent").value<QQuickItem*>();
+    return shownAt != nullptr && (holdsSecret(*shownAt) || findsFrom(shownAt));
+  }
+
+  int steps_ = kMostSteps;
+  QVarLengthArray<const QObject*, 8> asked_;
+};
+
+/// Nobody can tell what covers it, nor what it lies in.
+bool isEmbedded(const QQuickItem& item) {
+  return item.window() != nullptr && item.window()->parent() != nullptr;
 }
 
 void mark(QObject& view, bool isPrivate) {
   if (!isPrivate && noteOf(view) == nullptr) return;
   noteFor(view).isPrivate = isPrivate;
-  if (isPrivate) notes().hasPrivate = true;
+  if (!isPrivate) return;
+  notes().hasPrivate = true;
+  auto* const item = qobject_cast<QQuickItem*>(&view);
+  if (item == nullptr || itemClass(*item) != ItemClass::repeater) return;
+  auto& repeaters = notes().privateRepeaters;
+  repeaters.removeAll(nullptr);
+  if (!repeaters.contains(item)) repeaters.append(item);
 }
 
 std::optional<platform::TextContentType> internalType(ContentType type) {
@@ -92,31 +158,19 @@ ObjectNote& noteFor(QObject& object) {
 }
 
 bool isMarkedPrivate(const QQuickItem& item) {
-  if (!notes().hasPrivate) return false;
-  if (isMarkedItself(item)) return true;
-  const QObject* const popup = popupOf(item);
-  const QQuickItem* const opener = popup != nullptr ? openerOf(*popup) : nullptr;
-  return opener != nullptr && isWithinPrivate(*opener);
+  if (item.parentItem() == nullptr) {
+    return isEmbedded(item) || (notes().hasPrivate && MarkSearch().findsFrom(&item));
+  }
+  if (const QObject* const popup = popupOf(item)) return MarkSearch().findsFrom(popup);
+  return notes().hasPrivate && isMarked(item);
 }
 
 bool isWithinPrivate(const QQuickItem& item) {
-  if (!notes().hasPrivate) return false;
-  const QQuickItem* at = &item;
-  for (int level = 0; at != nullptr; ++level) {
-    if (level > kMostSteps || isMarkedItself(*at)) return true;
-    const QObject* const popup = popupOf(*at);
-    const QQuickItem* const opener = popup != nullptr ? openerOf(*popup) : nullptr;
-    at = opener != nullptr ? opener : at->parentItem();
-  }
-  return false;
+  return isEmbedded(item) || MarkSearch().findsFrom(&item);
 }
 
 bool isWithinPrivate(const QWidget& widget) {
-  if (!notes().hasPrivate) return false;
-  for (const QWidget* at = &widget; at != nullptr; at = at->parentWidget()) {
-    if (isNotedPrivate(*at)) return true;
-  }
-  return false;
+  return notes().hasPrivate && MarkSearch().findsFrom(&widget);
 }
 
 inline namespace ZARN_VERSION_NAMESPACE {

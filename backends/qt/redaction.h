@@ -24,11 +24,11 @@ const ObjectNote* noteOf(const QObject& object);
 /// The object's note, made where there was none.
 ObjectNote& noteFor(QObject& object);
 
-/// Whether a mark lies on the item itself, on the popup that it stands for or around what opens
-/// that, or, at the top of a window, on the window.
+/// Whether a mark lies on the item itself, or, where it stands for a popup or a window, on that or on
+/// or around what has opened it. Windows inside of others are private.
 bool isMarkedPrivate(const QQuickItem& item);
 
-/// Whether a mark lies on it or on what holds it.
+/// Whether a mark lies on it, on what holds it, or on what has opened that.
 bool isWithinPrivate(const QQuickItem& item);
 bool isWithinPrivate(const QWidget& widget);
 

@@ -164,7 +164,8 @@ ViewFacts widgetFacts(QWidget& widget) {
                     type.kind == ViewKind::control;
   facts.isDisabled = !widget.isEnabled();
   const ObjectNote* const note = noteOf(widget);
-  facts.isMarkedPrivate = type.trait == Trait::opaque || (note != nullptr && note->isPrivate);
+  facts.isMarkedPrivate = type.trait == Trait::opaque || (note != nullptr && note->isPrivate) ||
+                          (widget.isWindow() && isWithinPrivate(widget));
   facts.isSecureTextEntry = isSecure(widget);
   facts.acceptsTextInput = acceptsTextInput(widget, type);
   // A field that the app has made itself.

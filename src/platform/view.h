@@ -51,6 +51,22 @@ enum class TextContentType : std::uint8_t {
   telephoneNumber,
 };
 
+constexpr bool isForSecrets(TextContentType type) {
+  switch (type) {
+    case TextContentType::creditCardNumber:
+    case TextContentType::password:
+    case TextContentType::newPassword:
+    case TextContentType::oneTimeCode:
+    case TextContentType::telephoneNumber:
+      return true;
+    case TextContentType::none:
+    case TextContentType::other:
+    case TextContentType::emailAddress:
+      return false;
+  }
+  return true;
+}
+
 struct Color {
   std::uint8_t red = 0, green = 0, blue = 0, alpha = 255;
   friend bool operator==(const Color&, const Color&) = default;

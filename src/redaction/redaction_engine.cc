@@ -49,23 +49,6 @@ bool isKnownInput(const ViewFacts& facts) {
   return facts.kind == ViewKind::textField || facts.kind == ViewKind::textView;
 }
 
-bool isForSecrets(platform::TextContentType type) {
-  using Type = platform::TextContentType;
-  switch (type) {
-    case Type::creditCardNumber:
-    case Type::password:
-    case Type::newPassword:
-    case Type::oneTimeCode:
-    case Type::telephoneNumber:
-      return true;
-    case Type::none:
-    case Type::other:
-    case Type::emailAddress:
-      return false;
-  }
-  return true;
-}
-
 bool isFinite(const base::Rect& rect) {
   return std::isfinite(rect.x) && std::isfinite(rect.y) && std::isfinite(rect.width) &&
          std::isfinite(rect.height);
@@ -117,7 +100,7 @@ bool RedactionEngine::shouldMask(const View& view, const ViewFacts& facts) const
   const bool takesText = facts.acceptsTextInput || isKnownInput(facts);
   if (takesText && !isKnownInput(facts)) return true;
   if (takesText && maskInputs_.load(std::memory_order_relaxed) &&
-      isForSecrets(view.contentType())) {
+      platform::isForSecrets(view.contentType())) {
     return true;
   }
   if (facts.kind == ViewKind::web || facts.kind == ViewKind::media) return true;

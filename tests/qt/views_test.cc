@@ -1,14 +1,17 @@
 // What only Qt's views have to get right: QML's types, popups, transforms, hints and effects.
 #include <gtest/gtest.h>
 
+#include <QDialog>
 #include <QFormLayout>
 #include <QGraphicsView>
 #include <QLabel>
 #include <QLineEdit>
+#include <QQuickView>
 #include <QRegularExpressionValidator>
 #include <QScrollArea>
 #include <QTabBar>
 #include <QTableWidget>
+#include <algorithm>
 #include <set>
 
 #include "qt/class_kinds.h"
@@ -198,6 +201,43 @@ TEST_F(QuickViewsTest, MarksWhatAnAppSaysIsPrivate) {
   EXPECT_TRUE(quickView(scene.window().contentItem()).facts().isMarkedPrivate);
 }
 
+TEST_F(QuickViewsTest, MarksWhatSomethingPrivateHasOpened) {
+  QuickScene scene(R"(
+    Item { id: secret; Zarn.redact: true; ToolTip.text: "Kari"
+      Window { objectName: "window"; visible: true; Item { objectName: "inWindow" } } }
+    Popup { parent: secret; visible: true; y: 100; Text { objectName: "inShown" } }
+    Menu { id: menu; Zarn.redact: true
+      Menu { id: more; MenuItem { objectName: "inMore" } } }
+    TextField { id: pin; echoMode: TextInput.Password
+      Popup { visible: true; y: 200; Text { objectName: "inPin" } } }
+    TextField { id: city
+      Popup { visible: true; y: 300; Text { objectName: "inCity" } } }
+    Column { objectName: "column"
+      Repeater { model: 2; Zarn.redact: true; Text { text: "Ola" } } }
+    Timer { running: true; interval: 1
+      onTriggered: { menu.popup(); more.popup(); secret.ToolTip.visible = true } })");
+  const auto isPrivate = [](QQuickItem* item) { return quickView(item).facts().isMarkedPrivate; };
+  EXPECT_FALSE(isPrivate(popupItemWith(scene, "inCity")));
+  QQuickItem* const overlay = popupItemWith(scene, "inCity")->parentItem();
+  QQuickItem* tip = nullptr;
+  const auto isTipThere = [&] {
+    for (QQuickItem* const item : overlay->childItems()) {
+      if (item->parent() != nullptr && item->parent()->inherits("QQuickToolTip")) tip = item;
+    }
+    return tip != nullptr;
+  };
+  ASSERT_TRUE(QTest::qWaitFor(isTipThere));
+  for (const char* name : {"inShown", "inMore", "inPin"}) {
+    EXPECT_TRUE(isPrivate(popupItemWith(scene, name))) << name;
+  }
+  EXPECT_TRUE(isPrivate(tip));
+  EXPECT_TRUE(isPrivate(scene.item(QStringLiteral("column"))));
+  const auto windows = QGuiApplication::topLevelWindows();
+  const auto inner = std::ranges::find(windows, QStringLiteral("window"), &QObject::objectName);
+  ASSERT_NE(inner, windows.end());
+  EXPECT_TRUE(isPrivate(qobject_cast<QQuickWindow*>(*inner)->contentItem()));
+}
+
 TEST_F(QuickViewsTest, FollowsTransformsAndStackingOrder) {
   QuickScene scene(R"(
     Item { objectName: "page"; width: 390; height: 844
@@ -327,6 +367,23 @@ TEST(QtText, IsCutBetweenCharacters) {
   EXPECT_EQ(toArena(QStringLiteral("😀"), arena), "😀");
   EXPECT_EQ(plainToArena(u"a<br>b <i>c</i>&nbsp;&amp;&bogus; <!-- <b> -->d<unclosed", arena),
             "a b c &&bogus; d");
+}
+
+TEST(WidgetViewsTest, WindowsArePrivateAsWhatTheyBelongTo) {
+  QWidget window;
+  auto* const box = new QWidget(&window);
+  QDialog ofBox(box);
+  QDialog ofWindow(&window);
+  setRedacted(*box, true);
+  EXPECT_TRUE(widgetView(&ofBox).facts().isMarkedPrivate);
+  EXPECT_FALSE(widgetView(&ofWindow).facts().isMarkedPrivate);
+  EXPECT_FALSE(widgetView(&window).facts().isMarkedPrivate);
+  auto* const embedded = new QQuickView;
+  const QQuickItem& root = *embedded->contentItem();
+  EXPECT_FALSE(quickView(embedded->contentItem()).facts().isMarkedPrivate);
+  QWidget::createWindowContainer(embedded, &window);
+  EXPECT_TRUE(quickView(embedded->contentItem()).facts().isMarkedPrivate);
+  EXPECT_TRUE(isWithinPrivate(root));
 }
 
 TEST(WidgetViewsTest, KnowWhatIsPrivateByItself) {
