@@ -15,14 +15,14 @@ bool canBeSeen(const QWindow* window) {
   return window->isVisible() && !(window->windowStates() & Qt::WindowMinimized);
 }
 
+}  // namespace
+
 bool isAppInFront() {
   const Qt::ApplicationState state = QGuiApplication::applicationState();
   if (state == Qt::ApplicationSuspended || state == Qt::ApplicationHidden) return false;
   const auto windows = QGuiApplication::topLevelWindows();
   return std::any_of(windows.begin(), windows.end(), canBeSeen);
 }
-
-}  // namespace
 
 struct QtLifeEvents::Listener {
   std::function<void(platform::LifeEvent)> happened;

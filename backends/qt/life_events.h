@@ -17,6 +17,9 @@
 
 namespace zarn::qt {
 
+/// Thread of the user interface.
+bool isAppInFront();
+
 /// Tells no memory warnings: Qt has none to tell.
 class QtLifeEvents final : public platform::LifeEvents {
  public:

@@ -10,6 +10,7 @@
 #include <utility>
 
 #include "base/fork_guard.h"
+#include "qt/life_events.h"
 
 namespace zarn::qt {
 namespace {
@@ -36,6 +37,7 @@ ScreenHooks::ScreenHooks(QObject& application) : QObject(&application) {
     if (auto* const quick = qobject_cast<QQuickWindow*>(window)) watch(*quick);
   }
   connect(qGuiApp, &QGuiApplication::focusWindowChanged, this, &ScreenHooks::onChange);
+  connect(qGuiApp, &QGuiApplication::applicationStateChanged, this, &ScreenHooks::onChange);
   application.installEventFilter(this);
 }
 
@@ -62,6 +64,7 @@ bool ScreenHooks::eventFilter(QObject* receiver, QEvent* event) {
     case QEvent::Expose:
     case QEvent::Hide:
     case QEvent::Show:
+    case QEvent::WindowStateChange:
     case QEvent::ChildAdded:
     case QEvent::ChildRemoved:
     case QEvent::LayoutRequest:
@@ -117,7 +120,7 @@ void ScreenHooks::timerEvent(QTimerEvent* event) {
   scan();
 }
 
-// Minimised or covered, a window keeps its place: to look away is not to leave.
+// Covered, or minimised beside others, a window keeps its place: to look away is not to leave.
 QWindow* ScreenHooks::windowInFront() {
   QWindow* const focused = QGuiApplication::focusWindow();
   if (hasScreens(focused) && focused->isExposed()) front_ = focused;
@@ -133,8 +136,8 @@ QWindow* ScreenHooks::windowInFront() {
 void ScreenHooks::scan() {
   ++scanCount_;
   QWindow* const window = windowInFront();
-  if (window == nullptr) {
-    path_ = {};
+  if (window == nullptr || !isAppInFront()) {
+    path_ = {};  // whoever comes back arrives anew
     return;
   }
   const ScreenRef root = rootOf(*window);

@@ -208,6 +208,10 @@ TEST(QuickScreens, AreThoseOfTheWindowInFront) {
   journal.expect({"HomePage", "Settings", "HomePage"});
   app.window().show();
   journal.expect({"HomePage", "Settings", "HomePage", "HomePage"});
+  app.window().showMinimized();
+  journal.expect({"HomePage", "Settings", "HomePage", "HomePage"});
+  app.window().showNormal();
+  journal.expect({"HomePage", "Settings", "HomePage", "HomePage", "HomePage"});
 }
 
 TEST(QuickScreens, AreLaidOutAnewWhenViewsComeAndNotWhileTheyMove) {
