@@ -18,10 +18,12 @@ struct Area {
 };
 
 Area areaOf(const base::Rect& rect, const platform::Bitmap& bitmap) {
-  const double left = std::floor(rect.x * bitmap.scale);
-  const double top = std::floor(rect.y * bitmap.scale);
-  const double right = std::ceil(rect.right() * bitmap.scale);
-  const double bottom = std::ceil(rect.bottom() * bitmap.scale);
+  // A picture that was drawn at another scale has edges that run into the pixels beside them.
+  constexpr double kFringe = 1;
+  const double left = std::floor(rect.x * bitmap.scale) - kFringe;
+  const double top = std::floor(rect.y * bitmap.scale) - kFringe;
+  const double right = std::ceil(rect.right() * bitmap.scale) + kFringe;
+  const double bottom = std::ceil(rect.bottom() * bitmap.scale) + kFringe;
   const bool makesSense = bitmap.scale > 0 && std::isfinite(left) && std::isfinite(top) &&
                           std::isfinite(right) && std::isfinite(bottom);
   if (!makesSense) return {0, 0, bitmap.width, bitmap.height};

@@ -11,8 +11,8 @@ struct Bitmap;
 
 namespace zarn::redaction {
 
-/// Fills the rectangles, which are in points, with opaque black; outwards to whole pixels. One that
-/// makes no sense covers everything.
+/// Fills the rectangles, which are in points, with opaque black; outwards to whole pixels, and one
+/// more around. One that makes no sense covers everything.
 void cover(platform::Bitmap& bitmap, std::span<const base::Rect> rects);
 
 }  // namespace zarn::redaction

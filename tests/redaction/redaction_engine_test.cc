@@ -200,10 +200,10 @@ TEST(CoverTest, CoversWholePixels) {
     }
     return count;
   };
-  EXPECT_EQ(covered({2, 2, 4, 4}), 4);
-  EXPECT_EQ(covered({1.9, 1.9, 4.2, 4}), 12) << "four columns, three rows";
+  EXPECT_EQ(covered({4, 4, 4, 4}), 16) << "two by two, and one around";
+  EXPECT_EQ(covered({3.9, 3.9, 4.2, 4}), 30) << "six columns, five rows";
   EXPECT_EQ(bitmap.row(0)[0], 0);
-  EXPECT_EQ(covered({0, 0, 0.1, 0.1}), 1);
+  EXPECT_EQ(covered({0, 0, 0.1, 0.1}), 4);
   EXPECT_EQ(covered({-5, -5, 1e300, 1e300}), 100);
   EXPECT_EQ(covered({1e300, 0, 5, 5}), 0);
   EXPECT_EQ(covered({std::numeric_limits<double>::quiet_NaN(), 0, 1, 1}), 100);
