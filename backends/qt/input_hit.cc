@@ -151,7 +151,7 @@ bool isFlickable(const QQuickItem& item) {
 }  // namespace
 
 QQuickItem* touchedItem(QQuickItem& root, QPointF point) {
-  return HitSearch().find(root, nullptr, point, 0);
+  return HitSearch().find(root, nullptr, root.mapFromScene(point), 0);
 }
 
 QWidget* touchedWidget(QWidget& window, QPointF point) {

@@ -11,7 +11,7 @@ class QWindow;
 
 namespace zarn::qt {
 
-/// The topmost item at this point, in the coordinates of `root`, that takes presses; null without.
+/// The topmost item in `root` at this point of the window that takes presses; null without.
 QQuickItem* touchedItem(QQuickItem& root, QPointF point);
 /// The widget there, down to the smallest; null outside.
 QWidget* touchedWidget(QWidget& window, QPointF point);

@@ -2,6 +2,7 @@
 
 #include <QColor>
 #include <QQuickItem>
+#include <QQuickWindow>
 #include <algorithm>
 
 #include "qt/appearance.h"
@@ -98,7 +99,16 @@ base::Rect paintedBeyond(const QQuickItem& item) {
   return {painted.x(), painted.y(), painted.width(), painted.height()};
 }
 
+base::Size sizeOf(const QQuickItem& item) {
+  if (!standsForWindow(item)) return {item.width(), item.height()};
+  return {double(item.window()->width()), double(item.window()->height())};
+}
+
 }  // namespace
+
+bool standsForWindow(const QQuickItem& item) {
+  return item.window() != nullptr && item.window()->contentItem() == &item;
+}
 
 bool isCell(const QQuickItem& item) {
   const QQuickItem* const parent = item.parentItem();
@@ -141,7 +151,7 @@ ViewFacts quickFacts(QQuickItem& item) {
   facts.kind = kindOf(item, type);
   facts.isHidden = !item.isVisible();
   facts.alpha = item.opacity();
-  facts.size = {item.width(), item.height()};
+  facts.size = sizeOf(item);
   if (showsText(type)) facts.painted = paintedBeyond(item);
   facts.isControl = isControl(type);
   facts.hasTapGesture = hasTapGesture(item, type);

@@ -13,6 +13,9 @@ platform::ViewFacts quickFacts(QQuickItem& item);
 platform::LayerFacts quickLayer(const QQuickItem& item);
 platform::TextContentType quickContentType(QQuickItem& item);
 
+/// Whether the item is the content item of its window.
+bool standsForWindow(const QQuickItem& item);
+
 /// Whether the item is a delegate, and no header, footer or highlight, of a list. Its kind need not
 /// tell: a label that stands for a row stays one.
 bool isCell(const QQuickItem& item);

@@ -5,6 +5,7 @@
 #include <QQuickWindow>
 
 #include "qt/class_kinds.h"
+#include "qt/quick_facts.h"
 #include "qt/screen_classes.h"
 
 namespace zarn::qt {
@@ -29,8 +30,7 @@ bool mayHoldScreen(const QQuickItem& item) {
 }
 
 bool isRoot(const QQuickItem& item) {
-  return item.parentItem() == nullptr ||
-         (item.window() != nullptr && item.window()->contentItem() == &item);
+  return item.parentItem() == nullptr || standsForWindow(item);
 }
 
 QQuickItem* itemProperty(const QObject& object, const char* name) {

@@ -19,6 +19,14 @@ QQuickItem& itemAt(platform::ViewToolkit::Node node) {
   return *static_cast<QQuickItem*>(node);
 }
 
+/// In the window's coordinates for the item that stands for it.
+QRectF mapRect(const QRectF& rect, const QQuickItem& from, const QQuickItem& to) {
+  if (&from == &to) return rect;
+  if (standsForWindow(to)) return from.mapRectToScene(rect);
+  if (standsForWindow(from)) return to.mapRectFromScene(rect);
+  return from.mapRectToItem(&to, rect);
+}
+
 using Items = QVarLengthArray<QQuickItem*, 64>;
 
 /// From back to front, as they are painted. Those behind their parent are the first ones.
@@ -74,7 +82,7 @@ class QuickViews final : public platform::ViewToolkit {
   }
   base::Rect convert(base::Rect rect, Node from, Node to) override {
     const QRectF mapped =
-        itemAt(from).mapRectToItem(&itemAt(to), QRectF(rect.x, rect.y, rect.width, rect.height));
+        mapRect({rect.x, rect.y, rect.width, rect.height}, itemAt(from), itemAt(to));
     return {mapped.x(), mapped.y(), mapped.width(), mapped.height()};
   }
   std::unique_ptr<WeakNode> weak(Node node) override;

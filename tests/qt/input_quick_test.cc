@@ -143,6 +143,13 @@ TEST(QuickInput, FindsWhatIsTouched) {
   EXPECT_EQ(at(100, 120), "MouseArea");
   EXPECT_EQ(at(100, 380), "");
   EXPECT_EQ(at(-5, 5), "");
+  // As an app may do to make room for a keyboard.
+  app.window().contentItem()->setY(-200);
+  EXPECT_EQ(at(100, 70), "Above");
+  EXPECT_EQ(at(100, 270), "");
+  app.click("above");
+  EXPECT_EQ(hands.operated, Strings{"Above"});
+  EXPECT_EQ(hands.taps.back().y, 70);
 }
 
 constexpr auto kList = R"(ApplicationWindow {

@@ -117,6 +117,29 @@ TEST_F(ScreenshotTest, APasswordIsHiddenAlsoWhileItIsShown) {
   EXPECT_EQ(count(taken(scene), isMagenta), 0);
 }
 
+/// An app may make room for a keyboard, or turn all that it shows.
+TEST_F(ScreenshotTest, WhatIsPrivateIsHiddenWhereTheWholeContentIsMoved) {
+  QuickScene scene(R"(color: "white"
+      Rectangle { x: 50; y: 300; width: 200; height: 60; color: "#ff00ff"; Zarn.redact: true })");
+  QQuickItem& content = *scene.window().contentItem();
+  const auto isHidden = [&] {
+    EXPECT_GT(count(drawn(scene), isMagenta), 5000) << "there is nothing to hide";
+    const QImage image = taken(scene);
+    EXPECT_EQ(count(image, isMagenta), 0);
+    const int black = count(image, isBlack);
+    return black > 5000 && black < image.width() * image.height() / 4;
+  };
+  content.setY(-200);
+  EXPECT_TRUE(isHidden());
+  content.setScale(0.8);
+  EXPECT_TRUE(isHidden());
+  content.setTransformOrigin(QQuickItem::TopLeft);
+  content.setRotation(90);
+  content.setPosition({390, 0});
+  content.setSize({844, 390});
+  EXPECT_TRUE(isHidden());
+}
+
 /// A widget's effect paints it once more, beside it.
 TEST_F(ScreenshotTest, WhatAnEffectOfWidgetsPaintsIsHiddenAsTheWidgetIs) {
   for (const bool isOnParent : {false, true}) {
