@@ -15,7 +15,8 @@ namespace {
 
 constexpr std::string_view kQmlMark = "_QML";
 
-constexpr const char* kPropertyNames[] = {"color",
+constexpr const char* kPropertyNames[] = {"bottomPadding",
+                                          "color",
                                           "contentItem",
                                           "currentItem",
                                           "displayText",
@@ -28,17 +29,20 @@ constexpr const char* kPropertyNames[] = {"color",
                                           "highlightItem",
                                           "inputMask",
                                           "inputMethodHints",
+                                          "leftPadding",
                                           "loops",
                                           "maximumLength",
                                           "name",
                                           "placeholderText",
                                           "position",
                                           "radius",
+                                          "rightPadding",
                                           "running",
                                           "sourceItem",
                                           "text",
                                           "textFormat",
                                           "title",
+                                          "topPadding",
                                           "validator",
                                           "width"};
 static_assert(std::size(kPropertyNames) == static_cast<std::size_t>(Property::count));

@@ -52,6 +52,7 @@ enum class Trait : std::uint8_t {
 
 /// What is read of Qt Quick's own classes, whose C++ side is not public.
 enum class Property : std::uint8_t {
+  bottomPadding,
   color,
   contentItem,
   currentItem,
@@ -65,17 +66,20 @@ enum class Property : std::uint8_t {
   highlightItem,
   inputMask,
   inputMethodHints,
+  leftPadding,
   loops,
   maximumLength,
   name,
   placeholderText,
   position,
   radius,
+  rightPadding,
   running,
   sourceItem,
   text,
   textFormat,
   title,
+  topPadding,
   validator,
   width,
   count,

@@ -1,6 +1,7 @@
 #include "qt/quick_facts.h"
 
 #include <QColor>
+#include <QMarginsF>
 #include <QQuickItem>
 #include <QQuickWindow>
 #include <algorithm>
@@ -92,10 +93,26 @@ bool showsText(const ClassFacts& type) {
          type.trait == Trait::textEdit;
 }
 
-/// A text that has more to say than there is room for goes on outside of its item.
-base::Rect paintedBeyond(const QQuickItem& item) {
-  const QRectF painted = item.boundingRect();
-  if (QRectF(0, 0, item.width(), item.height()).contains(painted)) return {};
+QMarginsF paddingOf(const QQuickItem& text, const ClassFacts& type) {
+  const auto read = [&](Property side) { return type.read<double>(text, side); };
+  return {read(Property::leftPadding), read(Property::topPadding), read(Property::rightPadding),
+          read(Property::bottomPadding)};
+}
+
+/// A text that has more to say than there is room for goes on outside of its item. Qt tells where
+/// as if there were no padding.
+base::Rect paintedBeyond(const QQuickItem& text, const ClassFacts& type) {
+  const QRectF box(0, 0, text.width(), text.height());
+  const QRectF written = text.boundingRect();
+  const QMarginsF padding = paddingOf(text, type);
+  const QSizeF room = box.marginsRemoved(padding).size();
+  const bool isInward =
+      std::min({padding.left(), padding.top(), padding.right(), padding.bottom()}) >= 0;
+  const bool fits = written.width() <= room.width() && written.height() <= room.height();
+  if (isInward && fits && box.contains(written)) return {};
+  // How much of the padding moves it depends on its alignment.
+  const QRectF painted = written.translated(padding.left(), padding.top()) |
+                         written.translated(-padding.right(), -padding.bottom());
   return {painted.x(), painted.y(), painted.width(), painted.height()};
 }
 
@@ -152,7 +169,7 @@ ViewFacts quickFacts(QQuickItem& item) {
   facts.isHidden = !item.isVisible();
   facts.alpha = item.opacity();
   facts.size = sizeOf(item);
-  if (showsText(type)) facts.painted = paintedBeyond(item);
+  if (showsText(type)) facts.painted = paintedBeyond(item, type);
   facts.isControl = isControl(type);
   facts.hasTapGesture = hasTapGesture(item, type);
   facts.isDisabled = !item.isEnabled();

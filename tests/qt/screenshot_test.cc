@@ -238,6 +238,20 @@ const Scene kScenes[] = {
     {"AlignedTextBeyondItsItem", R"(Text { x: 200; y: 300; width: 10; height: 10; color: "#ff00ff"
         horizontalAlignment: Text.AlignRight; verticalAlignment: Text.AlignBottom
         font.pixelSize: 40; font.bold: true; text: "Fyrstikk"; Zarn.redact: true })"},
+    {"PaddedTextBeyondItsItem", R"(Text { x: 10; y: 100; width: 60; leftPadding: 40; topPadding: 30
+        height: 20; color: "#ff00ff"; font.pixelSize: 24; text: "Fyrstikkbakken"; Zarn.redact: true })"},
+    {"PaddedAlignedTextBeyondItsItem", R"(Label { x: 200; y: 300; width: 90; rightPadding: 60
+        horizontalAlignment: Text.AlignRight; color: "#ff00ff"; font.pixelSize: 24
+        text: "Fyrstikkbakken"; Zarn.redact: true })"},
+    {"PaddedFieldBeyondItsItem", R"(TextInput { x: 10; y: 100; width: 90; leftPadding: 40
+        autoScroll: false; text: "4111 1111 1111 1111"; font.pixelSize: 24; color: "#ff00ff"
+        Zarn.contentType: Zarn.CreditCardNumber })"},
+    {"PaddedEditBeyondItsItem", R"(TextEdit { x: 10; y: 100; width: 60; height: 20; leftPadding: 40
+        topPadding: 20; text: "Fyrstikkbakken"; font.pixelSize: 24; color: "#ff00ff"
+        Zarn.redact: true })"},
+    {"TextPaddedOutOfItsItem",
+     R"(Text { x: 100; y: 100; width: 300; leftPadding: -60; topPadding: -30
+        font.pixelSize: 24; color: "#ff00ff"; text: "Fyrstikkbakken"; Zarn.redact: true })"},
     {"Dialog", R"(Dialog { visible: true; x: 40; y: 200; width: 300; height: 200
         contentItem: Item { Rectangle { x: 20; y: 20; width: 100; height: 40; color: "#ff00ff"
           Zarn.redact: true } } })"},
