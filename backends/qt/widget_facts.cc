@@ -9,6 +9,8 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QMainWindow>
+#include <QMovie>
+#include <QPicture>
 #include <QPlainTextEdit>
 #include <QRegularExpressionValidator>
 #include <QSpinBox>
@@ -56,10 +58,28 @@ bool isInSecureField(QWidget& widget) {
   return false;
 }
 
+bool isMarkup(const QLabel& label, const QString& text) {
+  return label.textFormat() == Qt::RichText ||
+         (label.textFormat() == Qt::AutoText && Qt::mightBeRichText(text));
+}
+
+/// A label has a text or one of the others.
+bool showsImage(const QLabel& label) {
+  const QString text = label.text();
+  if (text.isEmpty()) {
+    return !label.pixmap(Qt::ReturnByValue).isNull() || label.movie() != nullptr ||
+           !label.picture(Qt::ReturnByValue).isNull();
+  }
+  if (!text.contains(QLatin1String("<img"), Qt::CaseInsensitive) || !isMarkup(label, text)) {
+    return false;
+  }
+  base::TextArena arena;
+  return plainToArena(text, arena).empty();
+}
+
 ViewKind kindOf(const QWidget& widget, const ClassFacts& type) {
   if (const auto* label = as<QLabel>(widget)) {
-    return label->text().isEmpty() && !label->pixmap(Qt::ReturnByValue).isNull() ? ViewKind::image
-                                                                                 : type.kind;
+    return showsImage(*label) ? ViewKind::image : type.kind;
   }
   if (const auto* combo = as<QComboBox>(widget); combo != nullptr && combo->isEditable()) {
     return ViewKind::textField;
@@ -145,9 +165,7 @@ std::string_view beginOf(const QTextDocument& document, base::TextArena& arena) 
 
 std::string_view labelText(const QLabel& label, base::TextArena& arena) {
   const QString text = label.text();
-  const bool isMarkup = label.textFormat() == Qt::RichText ||
-                        (label.textFormat() == Qt::AutoText && Qt::mightBeRichText(text));
-  if (isMarkup) return plainToArena(text, arena);
+  if (isMarkup(label, text)) return plainToArena(text, arena);
   return label.buddy() != nullptr ? labelToArena(text, arena) : toArena(text, arena);
 }
 

@@ -6,6 +6,9 @@
 #include <QGraphicsView>
 #include <QLabel>
 #include <QLineEdit>
+#include <QMovie>
+#include <QPainter>
+#include <QPicture>
 #include <QQuickView>
 #include <QRegularExpressionValidator>
 #include <QScrollArea>
@@ -384,6 +387,29 @@ TEST(WidgetViewsTest, WindowsArePrivateAsWhatTheyBelongTo) {
   QWidget::createWindowContainer(embedded, &window);
   EXPECT_TRUE(quickView(embedded->contentItem()).facts().isMarkedPrivate);
   EXPECT_TRUE(isWithinPrivate(root));
+}
+
+TEST(WidgetViewsTest, KnowWhichLabelsAreImages) {
+  QPixmap pixmap(8, 8);
+  pixmap.fill(Qt::red);
+  QMovie movie;
+  QPicture picture;
+  QPainter(&picture).fillRect(0, 0, 8, 8, Qt::red);
+  QLabel pictured, drawn, moving;
+  pictured.setPixmap(pixmap);
+  drawn.setPicture(picture);
+  moving.setMovie(&movie);
+  QLabel inMarkup(QStringLiteral("<p><IMG src='photo.png'></p>"));
+  for (QLabel* label : {&pictured, &drawn, &moving, &inMarkup}) {
+    EXPECT_EQ(widgetView(label).facts().kind, ViewKind::image) << label->text().toStdString();
+  }
+  QLabel empty;
+  QLabel beside(QStringLiteral("<img src='photo.png'> Kari"));
+  QLabel plain(QStringLiteral("<img src='photo.png'>"));
+  plain.setTextFormat(Qt::PlainText);
+  for (QLabel* label : {&empty, &beside, &plain}) {
+    EXPECT_EQ(widgetView(label).facts().kind, ViewKind::label) << label->text().toStdString();
+  }
 }
 
 TEST(WidgetViewsTest, KnowWhatIsPrivateByItself) {
