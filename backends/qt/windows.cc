@@ -51,6 +51,8 @@ bool isShown(const QWindow* window) {
 bool drawQuick(QQuickWindow& window, double scale, platform::Bitmap& into) {
   QImage target = canvas(QSizeF(window.size()), scale);
   if (target.isNull() || !isShown(&window)) return false;
+  // Drawn without a graphics card, such a window would be cut off instead of made smaller.
+  if (window.effectiveDevicePixelRatio() < 1) return false;
   if (hasRunningAnimator(*window.contentItem())) return false;
   QImage seen = window.grabWindow();
   if (seen.isNull()) return false;

@@ -7,6 +7,7 @@
 #include <QLabel>
 #include <QTest>
 #include <algorithm>
+#include <chrono>
 #include <ostream>
 #include <vector>
 
@@ -17,6 +18,7 @@
 #include "quick_scene.h"
 #include "redaction/cover.h"
 #include "redaction/redaction_engine.h"
+#include "support/child_process.h"
 #include "zarn/qt.h"
 
 namespace zarn::qt {
@@ -88,6 +90,30 @@ class ScreenshotTest : public ::testing::Test {
   QtImageCodec codec_;
   redaction::RedactionEngine engine_;
 };
+
+/// Lines of one pixel beside what is covered are seen, too.
+TEST_F(ScreenshotTest, OfAScaledScreen) {
+  if (!qEnvironmentVariableIsSet("QT_SCALE_FACTOR")) GTEST_SKIP() << "another test starts this one";
+  QuickScene scene(withMarker(R"(Repeater { model: 20
+      Rectangle { x: 20 + index * 10.3; y: 40 + index * 31.7; width: 101 + index; height: 19.5
+        color: "#ff00ff"; Zarn.redact: true } })"));
+  if (scene.window().effectiveDevicePixelRatio() < 1) {
+    platform::Bitmap bitmap;
+    EXPECT_FALSE(windows_.draw(quickView(scene.window().contentItem()), 390, bitmap));
+    return;
+  }
+  EXPECT_GT(count(drawn(scene), isMagenta), 100) << "there is nothing to hide";
+  EXPECT_EQ(count(taken(scene), isMagenta), 0);
+}
+
+TEST(ScaledScreenshots, HideWhatIsPrivateAsWell) {
+  for (const char* scale : {"0.8", "1.5"}) {
+    testing::ChildProcess process("/proc/self/exe",
+                                  {.arguments = {"--gtest_filter=ScreenshotTest.OfAScaledScreen"},
+                                   .environment = {{"QT_SCALE_FACTOR", scale}}});
+    EXPECT_TRUE(process.wait(std::chrono::minutes(1)).isClean()) << scale << process.output();
+  }
+}
 
 class SceneTest : public ScreenshotTest, public ::testing::WithParamInterface<Scene> {};
 
