@@ -137,9 +137,8 @@ QWidget* controlFrom(QWidget* widget) {
 }
 
 // The item that holds the press, directly or by a handler.
-QQuickItem* grabberOf(QPointerEvent& release) {
-  QObject* grabber =
-      release.pointCount() > 0 ? release.exclusiveGrabber(release.point(0)) : nullptr;
+QQuickItem* grabberOf(const QPointerEvent& event, const QEventPoint& point) {
+  QObject* grabber = event.exclusiveGrabber(point);
   if (grabber != nullptr && !grabber->isQuickItemType()) grabber = grabber->parent();
   return qobject_cast<QQuickItem*>(grabber);
 }
@@ -192,19 +191,21 @@ QObject* controlOf(QObject* touched) {
   return controlFrom(qobject_cast<QWidget*>(touched));
 }
 
-QObject* operatedControl(QObject* pressed, QPointerEvent& release, QPointF point) {
+QObject* operatedControl(QObject* pressed, const QPointerEvent& event, const QEventPoint& released,
+                         QPointF place) {
   if (pressed == nullptr) return nullptr;
   if (auto* const widget = qobject_cast<QWidget*>(pressed)) {
-    const QPoint local = widget->mapFrom(widget->window(), point.toPoint());
+    const QPoint local = widget->mapFrom(widget->window(), place.toPoint());
     return widget->isVisible() && widget->rect().contains(local) ? widget : nullptr;
   }
   auto* const control = qobject_cast<QQuickItem*>(pressed);
   if (control == nullptr || !control->isVisible() || !control->isEnabled()) return nullptr;
-  if (!control->contains(control->mapFromScene(point))) return nullptr;
-  const QQuickItem* const grabber = grabberOf(release);
+  if (!control->contains(control->mapFromScene(place))) return nullptr;
+  const QQuickItem* const grabber = grabberOf(event, released);
   if (grabber == nullptr) {
-    // Only handlers of taps do without.
-    return quickView(control).facts().hasTapGesture ? control : nullptr;
+    // Only handlers of taps do without. Of several fingers on areas, Qt tells but one to them.
+    const bool isArea = itemClass(*control) == ItemClass::mouseArea;
+    return !isArea && quickView(control).facts().hasTapGesture ? control : nullptr;
   }
   // A flickable may hold back a press for a while, and has it all to itself once it moves.
   const bool isWaiting = isFlickable(*grabber) && !toolkitProperty(*grabber, "moving").toBool();

@@ -3,6 +3,7 @@
 
 #include <QPointF>
 
+class QEventPoint;
 class QObject;
 class QPointerEvent;
 class QQuickItem;
@@ -31,8 +32,9 @@ QObject* touchedObject(WindowPoint point);
 /// The control that a press on this item or widget would operate, one or the other as well; null
 /// without one. A field to type into is none.
 QObject* controlOf(QObject* touched);
-/// The control that a release there operates, after a press on `pressed`: none when the press has
-/// been taken away from it, or when the release is outside.
-QObject* operatedControl(QObject* pressed, QPointerEvent& release, QPointF point);
+/// The control that the release of a finger or button at this place operates, after its press on
+/// `pressed`: none when the press has been taken away from it, or when the place is outside.
+QObject* operatedControl(QObject* pressed, const QPointerEvent& event, const QEventPoint& released,
+                         QPointF place);
 
 }  // namespace zarn::qt

@@ -9,7 +9,7 @@
 #include <QTouchEvent>
 #include <QWheelEvent>
 #include <QWidget>
-#include <utility>
+#include <algorithm>
 
 #include "base/fork_guard.h"
 #include "qt/input_hit.h"
@@ -18,6 +18,9 @@
 
 namespace zarn::qt {
 namespace {
+
+constexpr int kMouse = -1;  // no finger has this id
+constexpr std::size_t kMostPresses = 20;
 
 platform::View topOf(QWindow& window) {
   if (auto* const quick = qobject_cast<QQuickWindow*>(&window)) {
@@ -60,12 +63,12 @@ InputHooks::InputHooks(QObject& application)
 bool InputHooks::eventFilter(QObject* receiver, QEvent* event) {
   switch (event->type()) {
     case QEvent::MouseMove:
-    case QEvent::TouchUpdate:
-      if (press_.window.isNull()) return false;
+      if (presses_.empty()) return false;
       break;
     case QEvent::MouseButtonPress:
     case QEvent::MouseButtonRelease:
     case QEvent::TouchBegin:
+    case QEvent::TouchUpdate:
     case QEvent::TouchEnd:
     case QEvent::TouchCancel:
     case QEvent::Wheel:
@@ -105,72 +108,95 @@ void InputHooks::mouse(QWindow& window, QEvent& event) {
   auto& mouse = static_cast<QMouseEvent&>(event);
   if (comesFromTouch(mouse)) return;
   if (event.type() == QEvent::MouseMove) {
-    if (!press_.isTouch) move(mouse.position());
+    move(window, kMouse, mouse.position());
   } else if (mouse.button() != Qt::LeftButton) {
     return;
   } else if (event.type() == QEvent::MouseButtonPress) {
-    press(window, mouse.position(), false);
-  } else if (!press_.isTouch && press_.window == &window) {
-    release(mouse, mouse.position());
+    presses_.clear();
+    press(window, kMouse, mouse.position(), true);
   } else {
-    giveUp();
+    release(window, kMouse, mouse, mouse.point(0));
   }
 }
 
+// A further finger is told of as an update, and so is the release of all but the last.
 void InputHooks::touch(QWindow& window, QEvent& event) {
   auto& touch = static_cast<QTouchEvent&>(event);
-  if (touch.points().isEmpty()) return;
-  const QPointF at = touch.points().first().position();
-  if (touch.points().size() > 1) {
-    giveUp();
-  } else if (event.type() == QEvent::TouchBegin) {
-    press(window, at, true);
-  } else if (!press_.isTouch || press_.window != &window) {
-    return;
-  } else if (event.type() == QEvent::TouchUpdate) {
-    move(at);
-  } else {
-    release(touch, at);
+  if (event.type() == QEvent::TouchBegin) presses_.clear();
+  const bool isAlone = touch.points().size() == 1;
+  for (Press& earlier : presses_) earlier.isTap = earlier.isTap && isAlone;
+  for (const QEventPoint& point : touch.points()) {
+    if (point.state() == QEventPoint::Pressed) {
+      press(window, point.id(), point.position(), isAlone);
+    } else if (point.state() == QEventPoint::Updated) {
+      move(window, point.id(), point.position());
+    } else if (point.state() == QEventPoint::Released) {
+      release(window, point.id(), touch, point);
+    }
   }
 }
 
-void InputHooks::press(QWindow& window, QPointF at, bool isTouch) {
-  press_ = {.window = &window, .at = at, .control = nullptr, .isTouch = isTouch, .isTap = true};
+void InputHooks::press(QWindow& window, int finger, QPointF at, bool isTap) {
+  if (presses_.size() == kMostPresses) return;
   QObject* const touched = touchedObject(inOuterWindow(window, at));
-  press_.control = controlOf(touched);
-  scrolls_.pressed(touched, isTouch ? ScrollWatch::Hand::finger : ScrollWatch::Hand::mouse);
+  scrolls_.pressed(touched,
+                   finger == kMouse ? ScrollWatch::Hand::mouse : ScrollWatch::Hand::finger);
+  QObject* const control = controlOf(touched);
+  const bool isFirst = control != nullptr && isFirstOn(*control);
+  presses_.push_back({finger, &window, at, isFirst ? control : nullptr, isTap});
 }
 
-void InputHooks::move(QPointF at) {
-  press_.isTap = press_.isTap && isNear(at);
+// A control heeds no other finger than the one that holds it, and Widgets are told of one alone.
+bool InputHooks::isFirstOn(const QObject& control) const {
+  return std::none_of(presses_.begin(), presses_.end(), [&](const Press& other) {
+    return control.isWidgetType() || other.control == &control;
+  });
 }
 
-bool InputHooks::isNear(QPointF at) const {
-  return (at - press_.at).manhattanLength() <= QGuiApplication::styleHints()->startDragDistance();
+InputHooks::Press* InputHooks::find(const QWindow& window, int finger) {
+  const auto found = std::find_if(presses_.begin(), presses_.end(), [&](const Press& press) {
+    return press.finger == finger && press.window == &window;
+  });
+  return found != presses_.end() ? &*found : nullptr;
+}
+
+void InputHooks::move(const QWindow& window, int finger, QPointF at) {
+  Press* const press = find(window, finger);
+  if (press == nullptr || !press->isTap) return;
+  press->isTap =
+      (at - press->at).manhattanLength() <= QGuiApplication::styleHints()->startDragDistance();
 }
 
 void InputHooks::giveUp() {
-  press_ = {};
+  presses_.clear();
   scrolls_.released();
 }
 
-void InputHooks::release(QPointerEvent& event, QPointF at) {
-  move(at);
-  const Press press = std::exchange(press_, {});
-  scrolls_.released();
-  const WindowPoint place = inOuterWindow(*press.window, at);
-  if (press.isTap) {
-    const QPointer<QWindow> window = place.window;
-    const base::Point location{place.at.x(), place.at.y()};
-    tellAll([&](const platform::InputListener& listener) {
-      if (!listener.tapped || window.isNull()) return;
-      const platform::View top = topOf(*window);
-      if (top) listener.tapped({.window = top, .location = location});
-    });
+void InputHooks::release(QWindow& window, int finger, QPointerEvent& event,
+                         const QEventPoint& point) {
+  move(window, finger, point.position());
+  Press* const found = find(window, finger);
+  if (found == nullptr) {
+    if (finger == kMouse) giveUp();
+    return;
   }
-  const QPointer<QObject> control = operatedControl(press.control, event, place.at);
+  const Press press = *found;
+  presses_.erase(presses_.begin() + (found - presses_.data()));
+  if (presses_.empty()) scrolls_.released();
+  const WindowPoint place = inOuterWindow(window, point.position());
+  if (press.isTap) tellTap(*place.window, place.at);
+  const QPointer<QObject> control = operatedControl(press.control, event, point, place.at);
   tellAll([&](const platform::InputListener& listener) {
     if (listener.activated && control) listener.activated(viewOf(*control));
+  });
+}
+
+void InputHooks::tellTap(QWindow& window, QPointF at) {
+  const QPointer<QWindow> tapped = &window;
+  tellAll([&](const platform::InputListener& listener) {
+    if (!listener.tapped || tapped.isNull()) return;
+    const platform::View top = topOf(*tapped);
+    if (top) listener.tapped({.window = top, .location = {at.x(), at.y()}});
   });
 }
 

@@ -10,6 +10,7 @@
 #include "platform/input_events.h"
 #include "qt/scroll_watch.h"
 
+class QEventPoint;
 class QPointerEvent;
 class QWindow;
 
@@ -25,21 +26,24 @@ class InputHooks final : public QObject {
   bool eventFilter(QObject* receiver, QEvent* event) override;
 
  private:
+  /// A finger, or the mouse's button, that is down.
   struct Press {
-    QPointer<QWindow> window;  // null while nothing is pressed
+    int finger;
+    QPointer<QWindow> window;
     QPointF at;
     QPointer<QObject> control;
-    bool isTouch = false;
-    bool isTap = false;  // so far it has stayed at its place
+    bool isTap;  // so far there was no other, and it has stayed at its place
   };
   void handle(QWindow& window, QEvent& event);
   void mouse(QWindow& window, QEvent& event);
   void touch(QWindow& window, QEvent& event);
-  void press(QWindow& window, QPointF at, bool isTouch);
-  void move(QPointF at);
-  void release(QPointerEvent& event, QPointF at);
+  void press(QWindow& window, int finger, QPointF at, bool isTap);
+  void move(const QWindow& window, int finger, QPointF at);
+  void release(QWindow& window, int finger, QPointerEvent& event, const QEventPoint& point);
+  void tellTap(QWindow& window, QPointF at);
   void giveUp();
-  bool isNear(QPointF at) const;
+  Press* find(const QWindow& window, int finger);
+  bool isFirstOn(const QObject& control) const;
 
   template <typename Tell>
   void tellAll(Tell&& tell) {
@@ -49,7 +53,7 @@ class InputHooks final : public QObject {
   }
 
   std::vector<platform::InputListener> listeners_;
-  Press press_;
+  std::vector<Press> presses_;
   ScrollWatch scrolls_;
 };
 

@@ -152,6 +152,71 @@ TEST(QuickInput, FindsWhatIsTouched) {
   EXPECT_EQ(hands.taps.back().y, 70);
 }
 
+/// Writes down what it is operated for, in the words of `Hands`.
+constexpr auto kFingers = R"(ApplicationWindow {
+  id: app
+  property string log
+  component Area: MouseArea { width: 80; height: 40; onClicked: app.log += 'Area,' }
+  Item { anchors.fill: parent
+    Button { objectName: 'one'; text: 'One'; width: 80; height: 40; onClicked: app.log += 'One,' }
+    Button { objectName: 'two'; text: 'Two'; x: 90; width: 80; height: 40
+      onClicked: app.log += 'Two,' }
+    Area { objectName: 'area'; y: 50 }
+    Area { objectName: 'next'; y: 50; x: 90 }
+    Area { objectName: 'last'; y: 50; x: 180 }
+    Rectangle { objectName: 'tile'; y: 100; width: 80; height: 40
+      TapHandler { onTapped: app.log += 'Rectangle,' } }
+    Label { objectName: 'words'; y: 150; width: 200; height: 40; text: 'Only text' }
+    ListView { objectName: 'list'; y: 200; width: 300; height: 200; clip: true; model: 100
+      delegate: ItemDelegate { width: 300; height: 40; text: 'Row'
+        onClicked: app.log += 'Row,' } } } })";
+
+TEST(QuickInput, TellsOfTheControlsThatSeveralFingersOperate) {
+  QmlApp app(QmlApp::Documents{{"Main", kFingers}});
+  QQuickWindow& window = app.window();
+  Hands hands;
+  const std::unique_ptr<QPointingDevice> device(QTest::createTouchDevice());
+  const auto fingers = [&] { return QTest::touchEvent(&window, device.get()); };
+  std::string wanted;
+  const auto expect = [&](const std::string& operated) {
+    wanted += operated;
+    EXPECT_EQ(window.property("log").toString().toStdString(), wanted) << "what the app heard";
+    std::string told;
+    for (const std::string& name : hands.operated) told += name + ",";
+    EXPECT_EQ(told, wanted);
+  };
+  const auto roll = [&](const char* first, const char* second) {
+    const QPoint from = app.middleOf(first);
+    const QPoint to = app.middleOf(second);
+    fingers().press(0, from, &window);
+    fingers().stationary(0).press(1, to, &window);
+    fingers().release(0, from, &window).stationary(1);
+    fingers().release(1, to, &window);
+  };
+  roll("one", "two");
+  expect("One,Two,");
+  roll("tile", "one");
+  expect("Rectangle,One,");
+  roll("one", "one");
+  expect("One,");
+  roll("area", "next");
+  expect("Area,");
+  roll("two", "last");
+  expect("Two,Area,");
+  for (const auto* const resting : {"words", "list"}) {
+    const QPoint at = app.middleOf(resting);
+    fingers().press(0, at, &window);
+    for (const auto* const tapped : {"one", "tile", "two"}) {
+      fingers().stationary(0).press(1, app.middleOf(tapped), &window);
+      fingers().stationary(0).release(1, app.middleOf(tapped), &window);
+    }
+    expect("One,Rectangle,Two,");
+    fingers().release(0, at, &window);
+  }
+  expect("Row,");
+  EXPECT_TRUE(hands.taps.empty()) << "a tap is one of a finger alone";
+}
+
 constexpr auto kList = R"(ApplicationWindow {
   function close() { loader.active = false }
   Loader { id: loader; anchors.fill: parent
