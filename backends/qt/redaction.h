@@ -24,8 +24,8 @@ const ObjectNote* noteOf(const QObject& object);
 /// The object's note, made where there was none.
 ObjectNote& noteFor(QObject& object);
 
-/// Whether a mark lies on the item itself, or, where it stands for a popup or a window, on that or on
-/// or around what has opened it. Windows inside of others are private.
+/// Whether a mark lies on the item itself, or, where it stands for a popup or a window, on that or
+/// on or around what has opened it. Windows inside of others are private.
 bool isMarkedPrivate(const QQuickItem& item);
 
 /// Whether a mark lies on it, on what holds it, or on what has opened that.
