@@ -64,9 +64,13 @@ const QObject* popupOf(const QQuickItem& item) {
   return !isOrdinary && classOf(item).trait == Trait::popupItem ? popup : nullptr;
 }
 
-/// What a secret is chosen from may tell it.
+/// What a secret is chosen from may tell it. A choice that nobody types is no field.
 bool holdsSecret(QQuickItem& item) {
-  return isSecure(item, classOf(item)) || platform::isForSecrets(quickContentType(item));
+  const ClassFacts type = classOf(item);
+  if (isSecure(item, type)) return true;
+  const bool isChoice = type.trait == Trait::comboBox || type.trait == Trait::spinBox;
+  return (!isChoice || type.read<bool>(item, Property::editable)) &&
+         platform::isForSecrets(quickContentType(item));
 }
 
 /// Looks for a mark upwards from a view, also where what it lies in was opened by something else:

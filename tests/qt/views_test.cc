@@ -215,12 +215,17 @@ TEST_F(QuickViewsTest, MarksWhatSomethingPrivateHasOpened) {
       Popup { visible: true; y: 200; Text { objectName: "inPin" } } }
     TextField { id: city
       Popup { visible: true; y: 300; Text { objectName: "inCity" } } }
+    ComboBox { id: card; editable: true
+      Popup { visible: true; y: 400; Text { objectName: "inCard" } } }
+    ComboBox { id: countryCode
+      Popup { visible: true; y: 500; Text { objectName: "inCountry" } } }
     Column { objectName: "column"
       Repeater { model: 2; Zarn.redact: true; Text { text: "Ola" } } }
     Timer { running: true; interval: 1
       onTriggered: { menu.popup(); more.popup(); secret.ToolTip.visible = true } })");
   const auto isPrivate = [](QQuickItem* item) { return quickView(item).facts().isMarkedPrivate; };
   EXPECT_FALSE(isPrivate(popupItemWith(scene, "inCity")));
+  EXPECT_FALSE(isPrivate(popupItemWith(scene, "inCountry"))) << "whose field is none";
   QQuickItem* const overlay = popupItemWith(scene, "inCity")->parentItem();
   QQuickItem* tip = nullptr;
   const auto isTipThere = [&] {
@@ -230,7 +235,7 @@ TEST_F(QuickViewsTest, MarksWhatSomethingPrivateHasOpened) {
     return tip != nullptr;
   };
   ASSERT_TRUE(QTest::qWaitFor(isTipThere));
-  for (const char* name : {"inShown", "inMore", "inPin"}) {
+  for (const char* name : {"inShown", "inMore", "inPin", "inCard"}) {
     EXPECT_TRUE(isPrivate(popupItemWith(scene, name))) << name;
   }
   EXPECT_TRUE(isPrivate(tip));
